@@ -1,0 +1,145 @@
+#ifndef PIXMORPH_HOST_RECORDS_H_
+#define PIXMORPH_HOST_RECORDS_H_
+
+#include <cstddef>
+#include <cstdint>
+
+// Registration records in the runtime's current layouts. The runtime keeps the addresses it is given, so that
+// every record and row list lives as long as the process.
+namespace pixmorph {
+
+struct REALmethodDefinition {
+  void* function;  // implementation or getter; null when there is only a setter
+  void* setter;    // or null
+  const char* declaration;
+  std::uint32_t flags;
+  std::int32_t attributeCount;
+  void* attributes;
+};
+static_assert(sizeof(REALmethodDefinition) == 24);
+static_assert(offsetof(REALmethodDefinition, flags) == 12);
+
+struct REALpropertyDefinition {
+  const char* group;
+  const char* name;
+  const char* type;
+  std::uint32_t flags;
+  std::uint32_t more[8];
+};
+static_assert(sizeof(REALpropertyDefinition) == 48);
+static_assert(offsetof(REALpropertyDefinition, flags) == 12);
+
+struct REALeventDefinition {
+  const char* declaration;
+  void* host;  // the runtime's; in old layouts the address of the row's old copy
+  std::uint32_t more[2];
+};
+static_assert(sizeof(REALeventDefinition) == 16);
+static_assert(offsetof(REALeventDefinition, host) == 4);
+
+struct REALconstantDefinition {
+  const char* declaration;
+  void* reserved;
+  std::uint32_t flags;
+  std::uint32_t more[2];
+};
+static_assert(sizeof(REALconstantDefinition) == 20);
+
+struct REALclassDefinition {
+  std::int32_t version;
+  const char* name;
+  const char* superName;
+  std::int32_t dataSize;  // bytes per instance
+  void* reserved;
+  void* constructor;
+  void* destructor;
+  REALpropertyDefinition* properties;
+  std::int32_t propertyCount;
+  REALmethodDefinition* methods;
+  std::int32_t methodCount;
+  REALeventDefinition* events;
+  std::int32_t eventCount;
+  void* eventInstances;
+  std::int32_t eventInstanceCount;
+  const char* interfaces;
+  void* obsoleteList;
+  std::int32_t obsoleteCount;
+  REALconstantDefinition* constants;
+  std::int32_t constantCount;
+  std::uint32_t flags;
+  REALpropertyDefinition* sharedProperties;
+  std::int32_t sharedPropertyCount;
+  REALmethodDefinition* sharedMethods;
+  std::int32_t sharedMethodCount;
+  std::uint32_t more[7];  // lists that the old layout does not have
+};
+static_assert(sizeof(REALclassDefinition) == 128);
+static_assert(offsetof(REALclassDefinition, properties) == 28);
+static_assert(offsetof(REALclassDefinition, methods) == 36);
+static_assert(offsetof(REALclassDefinition, events) == 44);
+static_assert(offsetof(REALclassDefinition, obsoleteList) == 64);
+static_assert(offsetof(REALclassDefinition, constants) == 72);
+static_assert(offsetof(REALclassDefinition, flags) == 80);
+static_assert(offsetof(REALclassDefinition, sharedProperties) == 84);
+static_assert(offsetof(REALclassDefinition, sharedMethods) == 92);
+static_assert(offsetof(REALclassDefinition, more) == 100);
+
+struct REALmoduleDefinition {
+  std::int32_t version;
+  const char* name;
+  REALmethodDefinition* methods;
+  std::int32_t methodCount;
+  REALconstantDefinition* constants;
+  std::int32_t constantCount;
+  REALpropertyDefinition* properties;
+  std::int32_t propertyCount;
+  void* rows24;  // rows of 24 bytes
+  std::int32_t rows24Count;
+  void* rows28;  // rows of 28 bytes
+  std::int32_t rows28Count;
+  std::uint32_t more[12];  // zero; room for lists of newer runtimes
+};
+static_assert(sizeof(REALmoduleDefinition) == 96);
+static_assert(offsetof(REALmoduleDefinition, constants) == 16);
+static_assert(offsetof(REALmoduleDefinition, properties) == 24);
+static_assert(offsetof(REALmoduleDefinition, rows28Count) == 44);
+
+struct REALinterfaceDefinition {
+  std::int32_t version;
+  const char* name;
+  REALmethodDefinition* methods;
+  std::int32_t methodCount;
+};
+static_assert(sizeof(REALinterfaceDefinition) == 16);
+
+struct REALcontrol {
+  std::int32_t version;
+  const char* name;
+  std::int32_t dataSize;  // bytes per instance
+  std::uint32_t flags;
+  std::int32_t toolbarPicture;
+  std::int32_t toolbarDownPicture;
+  std::int32_t defaultWidth;
+  std::int32_t defaultHeight;
+  REALpropertyDefinition* properties;
+  std::int32_t propertyCount;
+  REALmethodDefinition* methods;
+  std::int32_t methodCount;
+  REALeventDefinition* events;
+  std::int32_t eventCount;
+  void* behaviour;
+  void* reserved;
+  void* eventInstances;
+  std::int32_t eventInstanceCount;
+  const char* interfaces;
+  void* attributes;
+  std::int32_t attributeCount;
+  REALconstantDefinition* constants;
+  std::int32_t constantCount;
+};
+static_assert(sizeof(REALcontrol) == 92);
+static_assert(offsetof(REALcontrol, dataSize) == 8);
+
+}  // namespace pixmorph
+
+#endif  // PIXMORPH_HOST_RECORDS_H_
