@@ -1,0 +1,167 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <map>
+
+#include "bench/measure.h"
+#include "bench/peer.h"
+#include "bench/subject.h"
+#include "bench/workload.h"
+
+// Measures the five methods against each other's peers: all contestants of a workload take turns in every
+// round, so that drift of the machine touches all of them alike. Results are multiples of the yardstick.
+namespace {
+
+using namespace bench;
+
+struct Options {
+  std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
+  std::string store = "console";
+  int rounds = 7;
+  bool peers = false;
+};
+
+struct Contestant {
+  std::string name, what;
+  TimedRun run;
+  std::vector<double> milliseconds{};
+};
+
+std::vector<std::unique_ptr<Peer>> MakePeers(const Options& options) {
+  std::vector<std::unique_ptr<Peer>> peers;
+  if (!options.peers) return peers;
+  const auto add = [&peers](const char* name, std::unique_ptr<Peer> peer) {
+    if (peer)
+      peers.push_back(std::move(peer));
+    else
+      std::fprintf(stderr, "bench: %s is not installed, going on without it\n", name);
+  };
+  add("pixman", MakePixman());
+  add("gdk-pixbuf", MakeGdkPixbuf());
+  add("libswscale", MakeSwscale());
+  add("zimg", MakeZimg());
+  add("stb_image_resize", MakeStb());
+  add("Pillow", MakePython("pillow", options.script));
+  add("OpenCV", MakePython("opencv", options.script));
+  return peers;
+}
+
+std::vector<Contestant> Line(Subject& subject, const std::vector<std::unique_ptr<Peer>>& peers,
+                             const Workload& workload) {
+  std::vector<Contestant> line;
+  line.push_back({"pixmorph", subject.Level(), subject.Prepare(workload)});
+  for (const auto& peer : peers) {
+    std::string what;
+    if (TimedRun run = peer->Prepare(workload, &what)) line.push_back({peer->Name(), what, run});
+  }
+  return line;
+}
+
+// Plays all rounds; the first of each contestant is a warm-up and not counted.
+Summary Play(std::vector<Contestant>& line, Yardstick& yardstick, int rounds) {
+  std::vector<double> copies;
+  for (int round = 0; round <= rounds; ++round) {
+    const double copy = yardstick.Run();
+    if (round > 0) copies.push_back(copy);
+    for (Contestant& contestant : line) {
+      const double milliseconds = contestant.run();
+      if (round > 0) contestant.milliseconds.push_back(milliseconds);
+    }
+  }
+  return Summarize(copies);
+}
+
+class Report {
+ public:
+  explicit Report(const Options& options) {
+    if (options.tsv.empty()) return;
+    tsv_.open(options.tsv);
+    tsv_ << "series\tvariable\tworkload\tcontestant\twhat\tms\tspread_ms\tratio\tgoal\tstretch\n";
+  }
+
+  void Add(const std::string& series, double variable, const Workload& workload,
+           const std::vector<Contestant>& line, double copy) {
+    for (const Contestant& c : line) {
+      const Summary s = Summarize(c.milliseconds);
+      const double ratio = s.median / copy;
+      const char* verdict = &c != &line[0] || workload.goal == 0 ? ""
+                            : ratio <= workload.stretch          ? "stretch"
+                            : ratio <= workload.goal             ? "goal"
+                                                                 : "behind";
+      std::printf("%-22s %-18s %-28s %8.3f ms ±%6.3f  %6.3f × %s\n",
+                  &c == &line[0] ? workload.name.c_str() : "", c.name.c_str(), c.what.c_str(), s.median,
+                  s.spread, ratio, verdict);
+      tsv_ << series << '\t' << variable << '\t' << workload.name << '\t' << c.name << '\t' << c.what << '\t'
+           << s.median << '\t' << s.spread << '\t' << ratio << '\t' << workload.goal << '\t'
+           << workload.stretch << '\n';
+    }
+    std::fflush(stdout);
+  }
+
+ private:
+  std::ofstream tsv_;
+};
+
+void RunTable(const Options& options, Subject& subject) {
+  const auto peers = MakePeers(options);
+  Yardstick yardstick;
+  Report report(options);
+  for (const Workload& workload : StandardWorkloads()) {
+    if (workload.name.find(options.filter) == std::string::npos) continue;
+    auto line = Line(subject, peers, workload);
+    const Summary copy = Play(line, yardstick, options.rounds);
+    report.Add("table", 0, workload, line, copy.median);
+  }
+}
+
+void RunSweep(const Options& options, Subject& subject) {
+  Yardstick yardstick;
+  Report report(options);
+  for (const Sweep& sweep : StandardSweeps()) {
+    if (options.sweep != "all" && options.sweep != sweep.name) continue;
+    std::printf("# %s: %s\n", sweep.name.c_str(), sweep.variable.c_str());
+    for (const SweepPoint& point : sweep.points) {
+      auto line = Line(subject, {}, point.workload);
+      const Summary copy = Play(line, yardstick, options.rounds);
+      report.Add(sweep.name, point.variable, point.workload, line, copy.median);
+    }
+  }
+}
+
+Options Parse(int argc, char** argv, CLI::App& app) {
+  Options o;
+  app.add_option("--isa", o.isa, "Force a level: scalar, sse2, sse41, avx2, avx512 (default: the best)");
+  app.add_option("--store", o.store, "Picture memory: console, cairo, cairo-alpha, gdk (default: console)")
+      ->check(CLI::IsMember({"console", "cairo", "cairo-alpha", "gdk"}));
+  app.add_option("--filter", o.filter, "Only workloads whose name contains this");
+  app.add_option("--rounds", o.rounds, "Rounds per workload (default: 7)")->check(CLI::Range(1, 1000));
+  app.add_flag("--peers", o.peers, "Measure the other libraries in the same run");
+  app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps or all")
+      ->check(CLI::IsMember({"size", "radius", "taps", "all"}));
+  app.add_option("--tsv", o.tsv, "Write the figures to this file too");
+  app.add_option("--peer-script", o.script, "The Python side of Pillow and OpenCV");
+  app.parse(argc, argv);
+  return o;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Measures the picture methods, as multiples of one memcpy of a 4000x3000 picture");
+  try {
+    const Options options = Parse(argc, argv, app);
+    const int core = PinToOneCore();
+    Subject subject(options.isa, options.store);
+    std::printf("# %s, core %d, level %s, store %s, medians of %d interleaved rounds\n",
+                ProcessorName().c_str(), core, subject.Level().c_str(), options.store.c_str(),
+                options.rounds);
+    options.sweep.empty() ? RunTable(options, subject) : RunSweep(options, subject);
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "bench: %s\n", error.what());
+    return 1;
+  }
+}

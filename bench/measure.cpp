@@ -1,0 +1,74 @@
+#include "bench/measure.h"
+
+#include <sched.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+
+#include "bench/peer.h"
+
+namespace bench {
+
+double TimeOf(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+Bitmap::Bitmap(int w, int h, std::uint32_t seed)
+    : width(w), height(h), pixels(std::size_t(w) * std::size_t(h)) {
+  FillPhotographLike(pixels.data(), w, h, seed);
+}
+
+void FillPhotographLike(std::uint32_t* pixels, int width, int height, std::uint32_t seed) {
+  std::uint32_t state = seed * 2654435761u + 1;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      state = state * 1664525u + 1013904223u;
+      const std::uint32_t noise = state >> 28;
+      const auto red = static_cast<std::uint32_t>(x * 190 / width) + noise;
+      const auto green = static_cast<std::uint32_t>(y * 190 / height) + (state >> 24 & 15);
+      const auto blue = static_cast<std::uint32_t>((x + y) / 8 % 200) + (state >> 20 & 15);
+      pixels[std::size_t(y) * std::size_t(width) + std::size_t(x)] = red << 16 | green << 8 | blue;
+    }
+}
+
+Summary Summarize(std::vector<double> samples) {
+  if (samples.empty()) return {};
+  std::sort(samples.begin(), samples.end());
+  const std::size_t n = samples.size();
+  const double median = n % 2 ? samples[n / 2] : (samples[n / 2 - 1] + samples[n / 2]) / 2;
+  return {median, samples[n * 3 / 4] - samples[n / 4]};
+}
+
+Yardstick::Yardstick() : from_(4000u * 3000u * 4u, 1), to_(from_.size(), 2) {}
+
+double Yardstick::Run() {
+  return TimeOf([this] {
+    std::memcpy(to_.data(), from_.data(), to_.size());
+    asm volatile("" : : "r"(to_.data()) : "memory");
+  });
+}
+
+int PinToOneCore() {
+  cpu_set_t allowed;
+  if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) return -1;
+  for (int core = CPU_SETSIZE - 1; core >= 0; --core)
+    if (CPU_ISSET(core, &allowed)) {
+      CPU_ZERO(&allowed);
+      CPU_SET(core, &allowed);
+      return sched_setaffinity(0, sizeof allowed, &allowed) == 0 ? core : -1;
+    }
+  return -1;
+}
+
+std::string ProcessorName() {
+  std::ifstream file("/proc/cpuinfo");
+  for (std::string line; std::getline(file, line);)
+    if (line.rfind("model name", 0) == 0) return line.substr(line.find(':') + 2);
+  return "unknown processor";
+}
+
+}  // namespace bench

@@ -1,0 +1,53 @@
+#ifndef PIXMORPH_BENCH_PEER_H_
+#define PIXMORPH_BENCH_PEER_H_
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/workload.h"
+
+namespace bench {
+
+// Gradients with a little noise in every channel: neither flat nor random. Top bytes are 0.
+void FillPhotographLike(std::uint32_t* pixels, int width, int height, std::uint32_t seed);
+
+// 32-bit BGRx pixels, rows contiguous, every page touched.
+struct Bitmap {
+  int width = 0, height = 0;
+  std::vector<std::uint32_t> pixels;
+  Bitmap(int w, int h, std::uint32_t seed);
+  int StrideBytes() const { return width * 4; }
+};
+
+// One timed run of a prepared workload; returns milliseconds.
+using TimedRun = std::function<double()>;
+
+// A library to measure against. What it computes is the nearest it has to the workload's method, named by
+// `Label`.
+class Peer {
+ public:
+  virtual ~Peer() = default;
+  virtual std::string Name() const = 0;
+  // An empty function where the library has nothing comparable. `what` receives the call it makes.
+  virtual TimedRun Prepare(const Workload& workload, std::string* what) = 0;
+};
+
+// Milliseconds that `work` takes.
+double TimeOf(const std::function<void()>& work);
+
+// Each gives null when the library isn't installed.
+std::unique_ptr<Peer> MakePixman();
+std::unique_ptr<Peer> MakeGdkPixbuf();
+std::unique_ptr<Peer> MakeSwscale();
+std::unique_ptr<Peer> MakeZimg();
+std::unique_ptr<Peer> MakeStb();
+// A Python process that runs Pillow and OpenCV in 64 bits, pinned like this one. `module` is "pillow" or
+// "opencv".
+std::unique_ptr<Peer> MakePython(const std::string& module, const std::string& script);
+
+}  // namespace bench
+
+#endif  // PIXMORPH_BENCH_PEER_H_

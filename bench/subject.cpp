@@ -1,0 +1,78 @@
+#include "bench/subject.h"
+
+#include <stdexcept>
+
+#include "kernels/levels.h"
+#include "standin/display.h"
+#include "standin/methods.h"
+#include "standin/runtime.h"
+
+extern "C" void REALPluginMain(void* (*resolver)(const char*));
+
+namespace bench {
+namespace {
+
+namespace kernels = pixmorph::kernels;
+
+kernels::Level LevelNamed(const std::string& name) {
+  for (int i = 0; i < kernels::kLevelCount; ++i) {
+    const auto level = static_cast<kernels::Level>(i);
+    if (name == kernels::TableOf(level).name) return level;
+  }
+  throw std::runtime_error("unknown level '" + name + "'; levels are scalar, sse2, sse41, avx2, avx512");
+}
+
+standin::Ref Filled(int width, int height, bool alpha, std::uint32_t seed) {
+  const standin::Ref picture =
+      alpha ? standin::NewAlphaPicture(width, height) : standin::NewPicture(width, height);
+  const Bitmap bitmap(width, height, seed);
+  standin::SetPixels(picture, bitmap.pixels);
+  return picture;
+}
+
+standin::Ref Call(const Workload& w, const standin::Ref& source) {
+  switch (w.method) {
+    case Method::kScale:
+      return standin::Scale(source, w.width, w.height, w.antiAlias);
+    case Method::kScaling:
+      return standin::Scaling(source, w.mode, w.width, w.height);
+    default:
+      return standin::Blur(source, w.radius);
+  }
+}
+
+}  // namespace
+
+Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
+  standin::Config config;
+  config.mode = store == "console" ? standin::Mode::kConsole
+                : store == "gdk"   ? standin::Mode::kGdk
+                                   : standin::Mode::kCairo;
+  standin::Start(config);
+  standin::AttachPluginEntry(&REALPluginMain);
+  if (!isa.empty() && !kernels::ForceLevel(LevelNamed(isa)))
+    throw std::runtime_error("this processor can't run level " + isa);
+  level_ = kernels::Kernels().name;
+}
+
+TimedRun Subject::Prepare(const Workload& workload) {
+  const Workload w = workload;
+  const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1);
+  if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
+    return [w, source] {
+      return TimeOf([&] {
+        if (!Call(w, source)) throw std::runtime_error("the method returned nil for " + w.name);
+      });
+    };
+  if (w.method == Method::kDrawMasked)
+    standin::SetMask(source, Filled(w.sourceWidth, w.sourceHeight, false, 3));
+  const standin::Ref destination = Filled(w.width, w.height, alpha_, 2);
+  return [w, source, destination] {
+    return TimeOf([&] {
+      if (!standin::DrawPictureF(destination, source, kDrawX, kDrawY, kDrawOpacity))
+        throw std::runtime_error("the method returned false for " + w.name);
+    });
+  };
+}
+
+}  // namespace bench

@@ -1,0 +1,28 @@
+#ifndef PIXMORPH_BENCH_SUBJECT_H_
+#define PIXMORPH_BENCH_SUBJECT_H_
+
+#include <string>
+
+#include "bench/peer.h"
+
+namespace bench {
+
+// The plugin itself, linked in as its core so that a level can be forced, running in the stand-in runtime.
+class Subject {
+ public:
+  // `isa` names a level, or is empty for the best one; `store` is console, cairo, cairo-alpha or gdk. Throws
+  // std::runtime_error for a level that this processor lacks.
+  Subject(const std::string& isa, const std::string& store);
+
+  std::string Level() const { return level_; }
+  // The result picture is made and dropped within the timed run, as an application would.
+  TimedRun Prepare(const Workload& workload);
+
+ private:
+  std::string level_;
+  bool alpha_ = false;
+};
+
+}  // namespace bench
+
+#endif  // PIXMORPH_BENCH_SUBJECT_H_
