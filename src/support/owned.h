@@ -82,6 +82,12 @@ class WorkBuffer {
     data_ = nullptr;
   }
   [[nodiscard]] T* Get() const { return data_; }
+  // Hands the memory to the caller (`FreeMemoryNow`).
+  [[nodiscard]] T* Detach() {
+    T* data = data_;
+    data_ = nullptr;
+    return data;
+  }
   T& operator[](std::int64_t index) const { return data_[index]; }
   explicit operator bool() const { return data_ != nullptr; }
 
