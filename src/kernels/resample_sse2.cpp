@@ -1,0 +1,7 @@
+#include "kernels/resample_kernel.h"
+
+namespace pixmorph::kernels {
+
+extern const ResampleKernels kResampleSse2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns};
+
+}  // namespace pixmorph::kernels

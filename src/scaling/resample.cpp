@@ -1,0 +1,119 @@
+#include "scaling/resample.h"
+
+#include "kernels/levels.h"
+#include "kernels/resample_kernel.h"
+#include "picture/editor.h"
+#include "runtime/yield.h"
+#include "scaling/contributions.h"
+#include "scaling/filters.h"
+#include "support/numeric.h"
+#include "support/owned.h"
+
+namespace pixmorph {
+
+namespace {
+
+// One call of an instance. Members are released in reverse, the writer before the reader.
+class Resampling {
+ public:
+  Resampling(const Filter& filter, std::int32_t width, std::int32_t height, std::int32_t yieldInterval)
+      : filter_(filter), width_(width), height_(height), yield_{yieldInterval, 0} {}
+
+  // The story of the call: [calls host] [may yield]
+  REALpictureStruct* Run(REALpictureStruct* pic) {
+    if (!reader_.GetPictureReader(pic)) return nullptr;
+    intermediate_ = WorkBuffer<std::uint32_t>(ByteSize(reader_.height).Times(width_).Times(4).Bytes());
+    if (!intermediate_ || !table_.Allocate(width_)) return Abandon();
+    yield_.YieldPoint();
+    table_.Build(filter_, Axis(width_, reader_.width, true));
+    yield_.YieldPoint();
+    AlongRows();
+    table_.FreeEntries();
+    yield_.YieldPoint();
+    if (width_ < height_ && !table_.Allocate(height_)) return Abandon();
+    table_.Build(filter_, Axis(height_, reader_.height, false));
+    yield_.YieldPoint();
+    PictureRef result = PictureRef::Adopt(Write());
+    ReleaseAll();
+    yield_.YieldPoint();
+    return result.Detach();
+  }
+
+ private:
+  static ResampleAxis Axis(std::int32_t newLength, std::int32_t oldLength, bool horizontal) {
+    return {static_cast<double>(newLength) / oldLength, oldLength, newLength, horizontal};
+  }
+
+  void AlongRows() {
+    std::uint32_t* out = intermediate_.Get();
+    for (std::int32_t k = 0; k < reader_.height; ++k, out += width_) {
+      kernels_.alongRow(out, table_.Lists(), width_, reader_.row, reader_.Layout());
+      reader_.AddPixelRow();
+    }
+  }
+
+  // The result with one reference, or nil when no writer can be had.
+  REALpictureStruct* Write() {
+    if (!writer_.NewPictureWriter(reader_, width_, height_)) return nullptr;
+    for (std::int32_t r = 0; r < height_; ++r) {
+      kernels_.alongColumns(writer_.GetRow(r), writer_.Layout(), table_.Lists()[r], intermediate_.Get(),
+                            width_);
+      yield_.YieldPoint();
+    }
+    yield_.YieldPoint();
+    PictureRef result = PictureRef::Adopt(writer_.RenderPictureWriter());
+    yield_.YieldPoint();
+    return result.Detach();
+  }
+
+  void ReleaseAll() {
+    table_.Release();
+    intermediate_.Release();
+    reader_.clear();
+  }
+
+  REALpictureStruct* Abandon() {
+    ReleaseAll();
+    return nullptr;
+  }
+
+  const kernels::ResampleKernels& kernels_ = *kernels::Kernels().resample;
+  const Filter& filter_;
+  const std::int32_t width_, height_;
+  YieldData yield_;
+  PictureReader reader_;
+  PictureWriter writer_;
+  WorkBuffer<std::uint32_t> intermediate_;
+  ContributionTable table_;
+};
+
+using Instance = REALpictureStruct* (*)(REALpictureStruct*, std::int32_t, std::int32_t, std::int32_t);
+constexpr Instance kInstances[] = {
+    triangleResampleDouble, boxResampleDouble,   lanczos3ResampleDouble, lanczos8ResampleDouble,
+    mitchellResampleDouble, poly3ResampleDouble, cubicResampleDouble,
+};
+
+}  // namespace
+
+#define PIXMORPH_INSTANCE(name, mode)                                                      \
+  REALpictureStruct* name(REALpictureStruct* pic, std::int32_t width, std::int32_t height, \
+                          std::int32_t interval) {                                            \
+    return Resampling(FilterOfMode(mode), width, height, interval).Run(pic);                  \
+  }
+PIXMORPH_INSTANCE(triangleResampleDouble, 1)
+PIXMORPH_INSTANCE(boxResampleDouble, 2)
+PIXMORPH_INSTANCE(lanczos3ResampleDouble, 3)
+PIXMORPH_INSTANCE(lanczos8ResampleDouble, 4)
+PIXMORPH_INSTANCE(mitchellResampleDouble, 5)
+PIXMORPH_INSTANCE(poly3ResampleDouble, 6)
+PIXMORPH_INSTANCE(cubicResampleDouble, 7)
+#undef PIXMORPH_INSTANCE
+
+REALpictureStruct* PictureScalingKTZ(REALpictureStruct* pic, std::int32_t mode, std::int32_t width,
+                                     std::int32_t height, std::int32_t interval) {
+  if (!pic || height < 1 || width < 1) return nullptr;
+  if (mode < kFirstFilterMode || mode > kLastFilterMode) return nullptr;
+  return kInstances[mode - kFirstFilterMode](pic, width, height, interval);
+}
+
+}  // namespace pixmorph
