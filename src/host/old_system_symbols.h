@@ -4,7 +4,7 @@
 // Binds to the oldest versions of the symbols that moved between system libraries, so that the plugin loads
 // on systems older than the one it was built on. Included by every file that uses one of them. A sanitizer
 // puts its own functions in the place of these, which a version would keep it from.
-#if !defined(__SANITIZE_ADDRESS__)
+#if defined(__i386__) && !defined(__SANITIZE_ADDRESS__)
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define PIXMORPH_SANITIZED 1

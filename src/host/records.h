@@ -8,6 +8,9 @@
 // every record and row list lives as long as the process.
 namespace pixmorph {
 
+// The layouts are those of 32-bit x86. Benchmarks may compile the operations for 64 bits, where no runtime exists.
+#define PIXMORPH_LAYOUT(condition) static_assert(sizeof(void*) != 4 || (condition))
+
 struct REALmethodDefinition {
   void* function;  // implementation or getter; null when there is only a setter
   void* setter;    // or null
@@ -16,8 +19,8 @@ struct REALmethodDefinition {
   std::int32_t attributeCount;
   void* attributes;
 };
-static_assert(sizeof(REALmethodDefinition) == 24);
-static_assert(offsetof(REALmethodDefinition, flags) == 12);
+PIXMORPH_LAYOUT(sizeof(REALmethodDefinition) == 24);
+PIXMORPH_LAYOUT(offsetof(REALmethodDefinition, flags) == 12);
 
 struct REALpropertyDefinition {
   const char* group;
@@ -26,16 +29,16 @@ struct REALpropertyDefinition {
   std::uint32_t flags;
   std::uint32_t more[8];
 };
-static_assert(sizeof(REALpropertyDefinition) == 48);
-static_assert(offsetof(REALpropertyDefinition, flags) == 12);
+PIXMORPH_LAYOUT(sizeof(REALpropertyDefinition) == 48);
+PIXMORPH_LAYOUT(offsetof(REALpropertyDefinition, flags) == 12);
 
 struct REALeventDefinition {
   const char* declaration;
   void* host;  // the runtime's; in old layouts the address of the row's old copy
   std::uint32_t more[2];
 };
-static_assert(sizeof(REALeventDefinition) == 16);
-static_assert(offsetof(REALeventDefinition, host) == 4);
+PIXMORPH_LAYOUT(sizeof(REALeventDefinition) == 16);
+PIXMORPH_LAYOUT(offsetof(REALeventDefinition, host) == 4);
 
 struct REALconstantDefinition {
   const char* declaration;
@@ -43,7 +46,7 @@ struct REALconstantDefinition {
   std::uint32_t flags;
   std::uint32_t more[2];
 };
-static_assert(sizeof(REALconstantDefinition) == 20);
+PIXMORPH_LAYOUT(sizeof(REALconstantDefinition) == 20);
 
 struct REALclassDefinition {
   std::int32_t version;
@@ -73,16 +76,16 @@ struct REALclassDefinition {
   std::int32_t sharedMethodCount;
   std::uint32_t more[7];  // lists that the old layout does not have
 };
-static_assert(sizeof(REALclassDefinition) == 128);
-static_assert(offsetof(REALclassDefinition, properties) == 28);
-static_assert(offsetof(REALclassDefinition, methods) == 36);
-static_assert(offsetof(REALclassDefinition, events) == 44);
-static_assert(offsetof(REALclassDefinition, obsoleteList) == 64);
-static_assert(offsetof(REALclassDefinition, constants) == 72);
-static_assert(offsetof(REALclassDefinition, flags) == 80);
-static_assert(offsetof(REALclassDefinition, sharedProperties) == 84);
-static_assert(offsetof(REALclassDefinition, sharedMethods) == 92);
-static_assert(offsetof(REALclassDefinition, more) == 100);
+PIXMORPH_LAYOUT(sizeof(REALclassDefinition) == 128);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, properties) == 28);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, methods) == 36);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, events) == 44);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, obsoleteList) == 64);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, constants) == 72);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, flags) == 80);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, sharedProperties) == 84);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, sharedMethods) == 92);
+PIXMORPH_LAYOUT(offsetof(REALclassDefinition, more) == 100);
 
 struct REALmoduleDefinition {
   std::int32_t version;
@@ -99,10 +102,10 @@ struct REALmoduleDefinition {
   std::int32_t rows28Count;
   std::uint32_t more[12];  // zero; room for lists of newer runtimes
 };
-static_assert(sizeof(REALmoduleDefinition) == 96);
-static_assert(offsetof(REALmoduleDefinition, constants) == 16);
-static_assert(offsetof(REALmoduleDefinition, properties) == 24);
-static_assert(offsetof(REALmoduleDefinition, rows28Count) == 44);
+PIXMORPH_LAYOUT(sizeof(REALmoduleDefinition) == 96);
+PIXMORPH_LAYOUT(offsetof(REALmoduleDefinition, constants) == 16);
+PIXMORPH_LAYOUT(offsetof(REALmoduleDefinition, properties) == 24);
+PIXMORPH_LAYOUT(offsetof(REALmoduleDefinition, rows28Count) == 44);
 
 struct REALinterfaceDefinition {
   std::int32_t version;
@@ -110,7 +113,7 @@ struct REALinterfaceDefinition {
   REALmethodDefinition* methods;
   std::int32_t methodCount;
 };
-static_assert(sizeof(REALinterfaceDefinition) == 16);
+PIXMORPH_LAYOUT(sizeof(REALinterfaceDefinition) == 16);
 
 struct REALcontrol {
   std::int32_t version;
@@ -137,8 +140,8 @@ struct REALcontrol {
   REALconstantDefinition* constants;
   std::int32_t constantCount;
 };
-static_assert(sizeof(REALcontrol) == 92);
-static_assert(offsetof(REALcontrol, dataSize) == 8);
+PIXMORPH_LAYOUT(sizeof(REALcontrol) == 92);
+PIXMORPH_LAYOUT(offsetof(REALcontrol, dataSize) == 8);
 
 }  // namespace pixmorph
 

@@ -47,10 +47,10 @@ struct REALpictureDescription {
   std::uint8_t unused20;
   std::uint8_t padding[3];
 };
-static_assert(sizeof(REALpictureDescription) == 24);
-static_assert(offsetof(REALpictureDescription, data) == 4);
-static_assert(offsetof(REALpictureDescription, height) == 12);
-static_assert(offsetof(REALpictureDescription, unused20) == 20);
+PIXMORPH_LAYOUT(sizeof(REALpictureDescription) == 24);
+PIXMORPH_LAYOUT(offsetof(REALpictureDescription, data) == 4);
+PIXMORPH_LAYOUT(offsetof(REALpictureDescription, height) == 12);
+PIXMORPH_LAYOUT(offsetof(REALpictureDescription, unused20) == 20);
 
 // 32-bit words of the runtime's own bitmap record.
 constexpr int kHostBitmapZeroWord = 0;  // anything but 0: not a bitmap the plugin understands
@@ -65,7 +65,7 @@ struct REALstringData {
   std::uint32_t length;  // bytes, without the four zero bytes that follow them
   std::uint32_t encoding;
 };
-static_assert(sizeof(REALstringData) == 12);
+PIXMORPH_LAYOUT(sizeof(REALstringData) == 12);
 
 // The same for a text (`REALDisposeTextData`).
 using REALtextData = REALstringData;

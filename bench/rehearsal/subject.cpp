@@ -1,0 +1,97 @@
+#include "bench/subject.h"
+
+#include <stdexcept>
+
+#include "bench/rehearsal/picture.h"
+#include "effects/blur.h"
+#include "effects/draw.h"
+#include "kernels/levels.h"
+#include "picture/pixel_format.h"
+#include "scaling/resample.h"
+#include "scaling/scale.h"
+
+namespace bench {
+namespace {
+
+namespace kernels = pixmorph::kernels;
+using PicturePtr = std::shared_ptr<rehearsal::Picture>;
+
+PicturePtr Own(rehearsal::Picture* picture) {
+  return {picture, [](rehearsal::Picture* p) {
+            if (p) rehearsal::Release(p);
+          }};
+}
+
+std::int32_t SourceType(bool alpha) {
+  return alpha ? pixmorph::kPixelCairoAlpha32 : rehearsal::gNewPictureType;
+}
+
+PicturePtr Filled(int width, int height, std::int32_t type, std::uint32_t seed) {
+  PicturePtr picture = Own(rehearsal::NewPicture(width, height, type));
+  const Bitmap bitmap(width, height, seed);
+  const int bytes = pixmorph::PixelTypeInfo(type).bytesPerPixel;
+  std::uint8_t* p = picture->pixels;
+  for (std::uint32_t pixel : bitmap.pixels) {
+    kernels::StorePixel(
+        pixmorph::LayoutOf(type), p,
+        {std::uint8_t(pixel >> 16 & 255), std::uint8_t(pixel >> 8 & 255), std::uint8_t(pixel & 255)});
+    p += bytes;
+  }
+  return picture;
+}
+
+rehearsal::Picture* Call(const Workload& w, rehearsal::Picture* source) {
+  switch (w.method) {
+    case Method::kScale:
+      return pixmorph::PictureResizeKTZ(source, w.width, w.height, w.antiAlias, 0);
+    case Method::kScaling:
+      return pixmorph::PictureScalingKTZ(source, w.mode, w.width, w.height, 0);
+    default:
+      return pixmorph::BlurKTZ(source, w.radius, 0);
+  }
+}
+
+}  // namespace
+
+Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
+  rehearsal::gNewPictureType = store == "console" ? pixmorph::kPixelHostRGB32
+                               : store == "gdk"   ? pixmorph::kPixelRGB24
+                                                  : pixmorph::kPixelCairoRGB32;
+  for (int i = 0; i < kernels::kLevelCount && !isa.empty(); ++i) {
+    const auto level = static_cast<kernels::Level>(i);
+    if (isa == kernels::TableOf(level).name && !kernels::ForceLevel(level))
+      throw std::runtime_error("this processor can't run level " + isa);
+  }
+  level_ = kernels::Kernels().name;
+  if (!isa.empty() && level_ != isa)
+    throw std::runtime_error("unknown level '" + isa + "'; levels are scalar, sse2, sse41, avx2, avx512");
+  level_ += ", 64-bit rehearsal";
+}
+
+TimedRun Subject::Prepare(const Workload& workload) {
+  const Workload w = workload;
+  const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1);
+  if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
+    return [w, source] {
+      return TimeOf([&] {
+        if (!Own(Call(w, source.get()))) throw std::runtime_error("the method returned nil for " + w.name);
+      });
+    };
+  // Pixel memory of 3 bytes can't be drawn into.
+  const std::int32_t type =
+      rehearsal::gNewPictureType == pixmorph::kPixelRGB24 ? pixmorph::kPixelCairoRGB32 : SourceType(alpha_);
+  if (w.method == Method::kDrawMasked) {
+    const PicturePtr mask = Filled(w.sourceWidth, w.sourceHeight, type, 3);
+    rehearsal::Retain(mask.get());
+    source->mask = mask.get();
+  }
+  const PicturePtr destination = Filled(w.width, w.height, type, 2);
+  return [w, source, destination] {
+    return TimeOf([&] {
+      if (!pixmorph::DrawPictureF(destination.get(), source.get(), kDrawX, kDrawY, kDrawOpacity, 0))
+        throw std::runtime_error("the method returned false for " + w.name);
+    });
+  };
+}
+
+}  // namespace bench
