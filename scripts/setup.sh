@@ -69,6 +69,33 @@ unpack() {
   rm -rf "$staging"
 }
 
+# Some kernels (certain virtual machines) refuse 32-bit programs. An emulator registered with the kernel then runs
+# them as if nothing had happened, only slower and without AVX-512.
+probe=$deps_dir/probe32
+runs_32bit() {
+  [ -x "$probe" ] || { mkdir -p "$deps_dir"; printf 'int main() { return 0; }\n' | g++ -m32 -x c++ -o "$probe" - ||
+    die "g++ -m32 does not work; reinstall g++-multilib"; }
+  "$probe" 2>/dev/null
+}
+
+register_emulator() {
+  local registry=/proc/sys/fs/binfmt_misc
+  if ! is_installed qemu-user; then
+    refresh_lists
+    say "this kernel refuses 32-bit programs; installing an emulator (qemu-user)"
+    install qemu-user || die "can't install qemu-user, without which this kernel can't run 32-bit programs"
+  fi
+  [ -e $registry/register ] || as_root mount -t binfmt_misc binfmt_misc $registry ||
+    die "can't mount binfmt_misc, through which the kernel would start the emulator; run this on another machine"
+  # ELF, 32-bit, little-endian, executable or position-independent, machine 3 (i386).
+  local magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00'
+  local mask='\xff\xff\xff\xff\xff\xfe\xfe\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
+  # shellcheck disable=SC2016
+  as_root sh -c 'printf "%s" "$1" > "$2"' sh ":pixmorph-i386:M::$magic:$mask:/usr/bin/qemu-i386:PF" $registry/register ||
+    die "the kernel did not take the emulator for 32-bit programs"
+  say "32-bit programs run under qemu-i386 on this machine"
+}
+
 main() {
   command -v apt-get >/dev/null || die "this script knows Debian 12 only; see docs/building.md for what to install by hand"
   local needed
@@ -86,7 +113,8 @@ main() {
   mapfile -t needed < <(missing "${tools[@]}" "${runtime_i386[@]}")
   [ "${#needed[@]}" -eq 0 ] || die "still missing after installation: ${needed[*]}"
   unpacked_ready || die "the i386 libraries did not arrive in $deps_dir; remove that folder and run again"
-  printf 'int main() { return 0; }\n' | g++ -m32 -x c++ -o /dev/null - || die "g++ -m32 does not work; reinstall g++-multilib"
+  runs_32bit || register_emulator
+  runs_32bit || die "32-bit programs do not run here, not even under an emulator"
 }
 
 main "$@"
