@@ -1,0 +1,7 @@
+#include "kernels/blur_kernel.h"
+
+namespace pixmorph::kernels {
+
+const BlurKernels kBlurAvx2 = {ref::AddPlannedRow, ref::AverageColumns, ref::AveragePlannedRow};
+
+}  // namespace pixmorph::kernels

@@ -1,0 +1,82 @@
+#ifndef PIXMORPH_KERNELS_BLUR_KERNEL_H_
+#define PIXMORPH_KERNELS_BLUR_KERNEL_H_
+
+#include <cstdint>
+
+#include "kernels/pixel_layout.h"
+
+// Box blur: averages over 2 * radius + 1 pixels down the columns, stored at 8 bits, and then along the rows.
+// Both averages are truncated quotients of exact integer sums; edge pixels are repeated outwards.
+namespace pixmorph::kernels {
+
+// What one blur has in common for all its rows. Made by `PlanBlur`.
+struct BlurPlan {
+  std::int32_t width;    // pixels in a row, 1 .. 32767
+  std::int32_t radius;   // 1 .. 1048573
+  std::int32_t box;      // 2 * radius + 1
+  std::int32_t padding;  // copies of the edge pixel in front of and behind an intermediate row
+  bool narrow;           // sums fit 16 bits
+  bool biased;           // narrow sums are kept one too large
+  std::uint32_t factor;  // sum / box = (sum + bias) * factor >> (narrow ? 16 : 32) + shift, for every sum
+  std::int32_t shift;    // 0 .. 20
+};
+
+// [pure]
+BlurPlan PlanBlur(std::int32_t width, std::int32_t radius);
+
+// Bytes that the column sums take, aligned to 64. [pure]
+std::int64_t BlurSumBytes(const BlurPlan& plan);
+// Pixels, 4 bytes each, from one intermediate row to the next: padding, the row, padding, and the rest of the
+// last vector. The row itself starts at pixel `BlurRowStart`. [pure]
+std::int32_t BlurRowPixels(const BlurPlan& plan);
+std::int32_t BlurRowStart(const BlurPlan& plan);
+
+// The two passes over 32-bit rows, row by row; the top bytes of what is read never count. `sums` is memory of
+// `BlurSumBytes`, zero at the start, laid out as the level likes. Source rows that change between entering
+// and leaving the sums spoil colours, nothing else. [pure]
+struct BlurKernels {
+  // Adds `times` copies of a source row to the column sums, 0 <= times <= box. Reads exactly `width` pixels.
+  void (*addRow)(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
+  // Writes the columns' averages and the padding on either side to an intermediate row, then moves the sums
+  // down by one row. Reads exactly `width` pixels of each source row.
+  void (*averageColumns)(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
+                         const std::uint8_t* leaving);
+  // Averages along an intermediate row. Writes exactly `width` pixels, with `top` (0 or 0xFF000000) for top
+  // byte.
+  void (*averageRow)(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from, std::uint32_t top);
+};
+
+extern const BlurKernels kBlurScalar, kBlurSse2, kBlurSse41, kBlurAvx2, kBlurAvx512;
+
+namespace ref {
+
+// One running sum per column and colour.
+struct ColumnSums {
+  std::int32_t* red;
+  std::int32_t* green;
+  std::int32_t* blue;
+};
+
+// The two passes in their plainest form, in any layout.
+void AddRow(const ColumnSums& sums, PixelLayout layout, const std::uint8_t* row, std::int32_t width,
+            std::int32_t times);
+void WriteAverages(const ColumnSums& sums, std::int32_t box, PixelLayout layout, std::uint8_t* to,
+                   std::int32_t width);
+// `leaving` goes out of the sums, `entering` comes in.
+void MoveDown(const ColumnSums& sums, PixelLayout layout, const std::uint8_t* entering,
+              const std::uint8_t* leaving, std::int32_t width);
+// `to` and `from` have the same layout and don't overlap.
+void AverageRow(PixelLayout layout, std::uint8_t* to, const std::uint8_t* from, std::int32_t width,
+                std::int32_t radius);
+
+// The entries of `kBlurScalar`.
+void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
+void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
+                    const std::uint8_t* leaving);
+void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from, std::uint32_t top);
+
+}  // namespace ref
+
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_BLUR_KERNEL_H_
