@@ -9,6 +9,10 @@ file(GLOB_RECURSE PIXMORPH_STANDIN_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DI
 if(PIXMORPH_STANDIN_SOURCES)
   add_library(standin STATIC ${PIXMORPH_STANDIN_SOURCES})
   target_link_libraries(standin PUBLIC pixmorph_developer_flags ${CMAKE_DL_LIBS})
+  # What the stand-in puts in front of the C library has to be seen by the plugin, which is opened at run time.
+  foreach(symbol IN ITEMS clock_gettime malloc calloc realloc free)
+    target_link_options(standin INTERFACE -Wl,--export-dynamic-symbol=${symbol})
+  endforeach()
 endif()
 
 # Static i386 libraries unpacked by scripts/setup.sh; the headers come from the same packages.
@@ -20,12 +24,16 @@ target_link_libraries(image_files INTERFACE
   ${PIXMORPH_DEPS}/lib/i386-linux-gnu/libpng16.a ${PIXMORPH_DEPS}/lib/i386-linux-gnu/libjpeg.a
   ${PIXMORPH_DEPS}/lib/i386-linux-gnu/libz.a m)
 
-file(GLOB PIXMORPH_TOOL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/*.cpp)
-if(PIXMORPH_TOOL_SOURCES)
-  add_executable(pixmorph_tool ${PIXMORPH_TOOL_SOURCES})
-  set_target_properties(pixmorph_tool PROPERTIES OUTPUT_NAME pixmorph RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
-  target_link_libraries(pixmorph_tool PRIVATE standin image_files)
-  add_dependencies(pixmorph_tool pixmorph_plugin)
-endif()
+# The command's parts are a library of their own, so that tests can link them.
+file(GLOB_RECURSE PIXMORPH_TOOL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/*.cpp)
+list(REMOVE_ITEM PIXMORPH_TOOL_SOURCES ${PROJECT_SOURCE_DIR}/tools/main.cpp)
+add_library(pixmorph_tool_parts STATIC ${PIXMORPH_TOOL_SOURCES})
+target_link_libraries(pixmorph_tool_parts PUBLIC standin image_files)
+
+# The core is linked for what the command tells about the processor; the methods come from the loaded library.
+add_executable(pixmorph_tool tools/main.cpp $<TARGET_OBJECTS:pixmorph_core>)
+set_target_properties(pixmorph_tool PROPERTIES OUTPUT_NAME pixmorph RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
+target_link_libraries(pixmorph_tool PRIVATE pixmorph_tool_parts ${PIXMORPH_SYSTEM_LIBRARIES})
+add_dependencies(pixmorph_tool pixmorph_plugin)
 
 include(cmake/tests.cmake)

@@ -29,9 +29,10 @@ class Ref {
   // Adds a reference of the test's.
   static Ref Retain(void* handle);
   Ref(const Ref& other);
-  Ref(Ref&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+  Ref(Ref&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)), epoch_(other.epoch_) {}
   Ref& operator=(Ref other) noexcept {
     std::swap(handle_, other.handle_);
+    std::swap(epoch_, other.epoch_);
     return *this;
   }
   ~Ref() { Release(); }
@@ -48,8 +49,9 @@ class Ref {
   void Release();
 
  private:
-  explicit Ref(void* handle) : handle_(handle) {}
+  explicit Ref(void* handle);
   void* handle_ = nullptr;
+  int epoch_ = 0;  // a Ref that outlives a new Start is void
 };
 
 inline bool operator==(const Ref& a, const Ref& b) { return a.Get() == b.Get(); }

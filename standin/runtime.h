@@ -31,6 +31,10 @@ struct Config {
   std::optional<StoreOptions> newAlphaPictures;
   std::optional<StoreOptions> newMasks;
 
+  // Hands the pixel memory of released pictures out again without clearing it, so that measurements do not
+  // measure the system's page faults. Unguarded memory only.
+  bool recyclePixels = false;
+
   std::set<std::string> missingServices;    // by resolver name
   std::set<std::string> missingMethods;     // object and global methods, by declaration
   std::set<std::string> missingProperties;  // by name: reading and writing them fails
