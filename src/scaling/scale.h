@@ -16,6 +16,13 @@ HOST_ENTRY REALpictureStruct* PictureResizeKTZ(REALpictureStruct* self, int widt
 HOST_ENTRY REALpictureStruct* PictureResizeImageAndMaskKTZ(REALpictureStruct* self, int width, int height,
                                                            signed char antiAlias, int yieldTicks);
 
+// The step common to pictures with a mask and pictures with an alpha channel turned into a mask. The caller
+// holds a reference to `picture` throughout and has set `yield` up; the source size decides whether both
+// sides grow. [calls host] [may yield]
+[[nodiscard]] REALpictureStruct* ResizeImageAndMaskInternal(REALpictureStruct* picture, int width, int height,
+                                                            signed char antiAlias, int yieldTicks,
+                                                            int sourceWidth, int sourceHeight);
+
 }  // namespace pixmorph
 
 #endif  // PIXMORPH_SCALING_SCALE_H_

@@ -1,0 +1,7 @@
+#include "kernels/smooth_enlarge_kernel.h"
+
+namespace pixmorph::kernels {
+
+const SmoothEnlargeKernels kSmoothEnlargeAvx512 = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine};
+
+}  // namespace pixmorph::kernels

@@ -1,0 +1,85 @@
+#ifndef PIXMORPH_KERNELS_SMOOTH_ENLARGE_KERNEL_H_
+#define PIXMORPH_KERNELS_SMOOTH_ENLARGE_KERNEL_H_
+
+#include <cstdint>
+
+#include "kernels/pixel_layout.h"
+
+// The smooth enlargement: every byte of a pixel is interpolated along 3t² − 2t³, between rows first (in
+// float, each product and sum rounded), then along the row (in double, rounded half up).
+namespace pixmorph::kernels {
+
+// Weights of the four taps of one position, in the order s + 2, s + 1, s, s − 1.
+struct SmoothWeights {
+  float tap[4];
+};
+
+// For a position t = 0 .. 1 behind its source sample: formed in double, rounded to float. [pure]
+SmoothWeights SmoothWeightsAt(double t);
+
+// A line is one row as floats, four channels a pixel, in an arrangement of the level's own. It takes
+// SmoothLineFloats(width) floats; beyond its contents it repeats the last pixel once, the rest is padding.
+constexpr std::int32_t kSmoothLinePadding = 32;
+// [pure]
+PIXMORPH_INLINE std::int32_t SmoothPlaneFloats(std::int32_t width) {
+  return ((width + 15) / 16) * 16 + kSmoothLinePadding;
+}
+
+// The columns of the result. Every array has room for `count` rounded up to kSmoothColumnBlock entries; the
+// entries behind `count` repeat the last one.
+constexpr std::int32_t kSmoothColumnBlock = 16;
+struct SmoothColumns {
+  const std::int32_t* index;  // source column s; never falls, rises by at most 1 from entry to entry
+  const float* weight0;       // of column s, times kSmoothWeightScale
+  const float* weight1;       // of the column behind it, the same
+  // All bits of an entry set: both weights are exact (see IsExactSmoothWeight). Otherwise 0.
+  const std::int32_t* exactMask;
+  bool allExact;       // every entry of exactMask is set
+  std::int32_t count;  // new pixels
+};
+// A power of two, so that scaling rounds nothing; the bits below it are a value's fraction.
+constexpr float kSmoothWeightScale = 65536.0f;
+
+// True for multiples of 1/256: products of two such weights with a byte, and their sums up to 256, are exact
+// in float. [pure]
+PIXMORPH_INLINE bool IsExactSmoothWeight(float weight) {
+  const float scaled = weight * 256.0f;
+  return scaled == static_cast<float>(TruncateToInt32(scaled));
+}
+
+// Widths and counts 1 and above; any alignment of pixels, lines at 64 bytes. Pixels are read and written
+// exactly as counted, nothing beside them. [pure]
+struct SmoothEnlargeKernels {
+  // One row of 32-bit pixels as a line.
+  void (*unpackLine)(float* line, const std::uint8_t* row, std::int32_t width);
+  // out = upper × weight0 + lower × weight1 of a whole line, rounded after each step. `out` may equal
+  // neither.
+  void (*blendLines)(float* out, const float* upper, const float* lower, float weight0, float weight1,
+                     std::int32_t width);
+  // One row of 32-bit pixels from a line: each byte is trunc(0.5 + line[s] × weight0 + line[s + 1] ×
+  // weight1), as double arithmetic in this order gives it. `exactLine`: the line's values are multiples of
+  // 1/256.
+  void (*interpolateLine)(std::uint8_t* out, const float* line, const SmoothColumns& columns, bool exactLine);
+};
+
+extern const SmoothEnlargeKernels kSmoothEnlargeScalar, kSmoothEnlargeSse2, kSmoothEnlargeSse41,
+    kSmoothEnlargeAvx2, kSmoothEnlargeAvx512;
+
+namespace ref {
+void UnpackLine(float* line, const std::uint8_t* row, std::int32_t width);
+void BlendLines(float* out, const float* upper, const float* lower, float weight0, float weight1,
+                std::int32_t width);
+void InterpolateLine(std::uint8_t* out, const float* line, const SmoothColumns& columns, bool exactLine);
+
+// The two steps for one byte of a pixel, straight from the definition with all four taps; any layout.
+// `buffer` has one entry per source column. rows: s − 1, s, s + 1, s + 2, clamped to the picture.
+void SmoothVertical(float* buffer, const std::uint8_t* const rows[4], std::int32_t pixelBytes,
+                    const SmoothWeights& weights, std::int32_t width);
+// Writes one byte of each of `count` pixels, `pixelBytes` apart.
+void SmoothHorizontal(std::uint8_t* out, std::int32_t pixelBytes, const float* buffer, std::int32_t width,
+                      const std::int32_t* index, const SmoothWeights* weights, std::int32_t count);
+}  // namespace ref
+
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_SMOOTH_ENLARGE_KERNEL_H_

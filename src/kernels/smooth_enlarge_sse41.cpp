@@ -1,0 +1,7 @@
+#include "kernels/smooth_enlarge_kernel.h"
+
+namespace pixmorph::kernels {
+
+const SmoothEnlargeKernels kSmoothEnlargeSse41 = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine};
+
+}  // namespace pixmorph::kernels

@@ -1,0 +1,130 @@
+#include "scaling/area_rows.h"
+
+namespace pixmorph {
+
+using kernels::kAreaRowsAtOnce;
+using kernels::kAreaRowsIn16Bits;
+using kernels::kAreaSumPadding;
+using kernels::PixelLayout;
+
+namespace {
+
+// Results from this size on are written past the caches where rows repeat [bytes].
+constexpr std::int64_t kStreamFrom = 1 << 20;
+
+}  // namespace
+
+AreaRows::AreaRows(const SourcePixels& source, PixelLayout outLayout, std::int32_t newWidth,
+                   std::int32_t newHeight, const kernels::KernelTable& table)
+    : source_(source),
+      outLayout_(outLayout),
+      kernels_(*table.areaAverage),
+      pack_(*table.pack),
+      across_(kernels::MakeAreaAxis(source.width, newWidth)),
+      down_(kernels::MakeAreaAxis(source.height, newHeight)),
+      step_(kernels::BytesPerPixel(source.layout)),
+      repeats_(across_.box == 1 && down_.box == 1),
+      keepsRow_(newHeight > source.height || outLayout == PixelLayout::kRgb24),
+      streams_(std::int64_t{newWidth} * newHeight * 4 >= kStreamFrom),
+      totals32_(down_.box > kAreaRowsIn16Bits) {
+  ready_ = PlanMemory();
+  if (ready_) FillStarts();
+}
+
+bool AreaRows::PlanMemory() {
+  if (source_.layout == PixelLayout::kNone || outLayout_ == PixelLayout::kNone) return false;
+  const std::int64_t elements = std::int64_t{source_.width} * step_ + kAreaSumPadding;
+  const std::int64_t starts = slab_.Plan<std::int32_t>(across_.newSize);
+  const std::int64_t sums = slab_.Plan<std::uint16_t>(repeats_ ? 0 : elements);
+  const std::int64_t totals = slab_.Plan<std::uint32_t>(totals32_ ? elements : 0);
+  const std::int64_t row = slab_.Plan<std::uint32_t>(keepsRow_ ? across_.newSize : 0);
+  const bool unpacks = repeats_ && step_ == 3;
+  const std::int64_t sourceRow = slab_.Plan<std::uint32_t>(unpacks ? source_.width : 0);
+  if (!slab_.Allocate()) return false;
+  starts_ = slab_.At<std::int32_t>(starts);
+  sums_ = slab_.At<std::uint16_t>(sums);
+  totals_ = slab_.At<std::uint32_t>(totals);
+  row_ = slab_.At<std::uint8_t>(row);
+  sourceRow_ = slab_.At<std::uint8_t>(sourceRow);
+  return true;
+}
+
+void AreaRows::FillStarts() {
+  const std::int32_t step = repeats_ ? 1 : step_;
+  for (std::int32_t x = 0; x < across_.newSize; ++x) starts_[x] = across_.Start(x) * step;
+}
+
+void AreaRows::MakeRow(std::uint8_t* out, std::int32_t y) {
+  if (!ready_) {
+    kernels::ref::AreaAverageRow(out, outLayout_, source_.rows, source_.layout, across_, down_, y);
+    return;
+  }
+  const std::int32_t y0 = down_.Start(y);
+  if (!keepsRow_) {
+    MakeBgrx(out, y0);
+    return;
+  }
+  if (y0 != keptFrom_) MakeBgrx(row_, y0);
+  keptFrom_ = y0;
+  Deliver(out);
+}
+
+void AreaRows::MakeBgrx(std::uint8_t* bgrx, std::int32_t y0) {
+  if (repeats_) {
+    RepeatPixels(bgrx, y0);
+  } else {
+    AverageBoxes(bgrx, y0);
+  }
+}
+
+void AreaRows::RepeatPixels(std::uint8_t* bgrx, std::int32_t y0) {
+  const std::uint8_t* row = source_.rows.Row(y0);
+  if (source_.layout == PixelLayout::kRgb24) {
+    pack_.rgb24ToBgrx(sourceRow_, row, source_.width, 0);
+    row = sourceRow_;
+  }
+  kernels_.repeatPixels(bgrx, row, starts_, across_.newSize, kernels::TopByteMask(outLayout_));
+}
+
+void AreaRows::AverageBoxes(std::uint8_t* bgrx, std::int32_t y0) {
+  const kernels::AreaColumns columns = {starts_, across_.newSize,         across_.box,
+                                        step_,   across_.box * down_.box, kernels::TopByteMask(outLayout_)};
+  if (totals32_) {
+    SumTotals(y0);
+    kernels_.averageTotals(bgrx, totals_, columns);
+    return;
+  }
+  SumRows(y0, down_.box);
+  const bool small = columns.boxPixels <= kAreaRowsIn16Bits;
+  (small ? kernels_.averageSmall : kernels_.averageLarge)(bgrx, sums_, columns);
+}
+
+void AreaRows::SumRows(std::int32_t y0, std::int32_t rowCount) {
+  const std::uint8_t* rows[kAreaRowsAtOnce];
+  for (std::int32_t done = 0; done < rowCount; done += kAreaRowsAtOnce) {
+    const std::int32_t left = rowCount - done;
+    const std::int32_t now = left < kAreaRowsAtOnce ? left : kAreaRowsAtOnce;
+    for (std::int32_t i = 0; i < now; ++i) rows[i] = source_.rows.Row(y0 + done + i);
+    kernels_.addRows(sums_, rows, now, source_.width * step_, done == 0);
+  }
+}
+
+void AreaRows::SumTotals(std::int32_t y0) {
+  for (std::int32_t done = 0; done < down_.box; done += kAreaRowsIn16Bits) {
+    const std::int32_t left = down_.box - done;
+    SumRows(y0 + done, left < kAreaRowsIn16Bits ? left : kAreaRowsIn16Bits);
+    kernels_.addSums(totals_, sums_, source_.width * step_, done == 0);
+  }
+}
+
+void AreaRows::Deliver(std::uint8_t* out) const {
+  if (outLayout_ == PixelLayout::kRgb24) {
+    pack_.bgrxToRgb24(out, row_, across_.newSize);
+  } else if (streams_) {
+    kernels_.copyRow(out, row_, across_.newSize * 4);
+  } else {
+    __builtin_memcpy(out, row_, static_cast<std::uint32_t>(across_.newSize) * 4);
+  }
+}
+
+}  // namespace pixmorph

@@ -1,0 +1,59 @@
+#ifndef PIXMORPH_SCALING_AREA_ROWS_H_
+#define PIXMORPH_SCALING_AREA_ROWS_H_
+
+#include <cstdint>
+
+#include "kernels/area_average_kernel.h"
+#include "kernels/levels.h"
+#include "kernels/pack_kernel.h"
+#include "scaling/source_pixels.h"
+#include "scaling/work_slab.h"
+
+namespace pixmorph {
+
+// Makes the rows of an area average one by one. Owns its tables and row buffers; where memory for them can't
+// be had it does without, slower and with the same result.
+class AreaRows {
+ public:
+  // The new sides are 1 and above.
+  AreaRows(const SourcePixels& source, kernels::PixelLayout outLayout, std::int32_t newWidth,
+           std::int32_t newHeight, const kernels::KernelTable& table);
+
+  // Writes row y of the result to `out`. Rows may be asked for in any order; the source may have changed
+  // since the last one.
+  void MakeRow(std::uint8_t* out, std::int32_t y);
+
+ private:
+  bool PlanMemory();
+  void FillStarts();
+  void MakeBgrx(std::uint8_t* bgrx, std::int32_t y0);
+  void RepeatPixels(std::uint8_t* bgrx, std::int32_t y0);
+  void AverageBoxes(std::uint8_t* bgrx, std::int32_t y0);
+  void SumRows(std::int32_t y0, std::int32_t rowCount);
+  void SumTotals(std::int32_t y0);
+  void Deliver(std::uint8_t* out) const;
+
+  const SourcePixels source_;
+  const kernels::PixelLayout outLayout_;
+  const kernels::AreaAverageKernels& kernels_;
+  const kernels::PackKernels& pack_;
+  const kernels::AreaAxis across_;
+  const kernels::AreaAxis down_;
+  const std::int32_t step_;     // elements of a row of sums from one source pixel to the next
+  const bool repeats_;          // boxes of one pixel
+  const bool keepsRow_;         // the result's rows go through `row_`: several are equal, or are packed
+  const bool streams_;          // the result is too large to stay in the caches
+  const bool totals32_;         // a column sum of a box does not fit 16 bits
+  std::int32_t keptFrom_ = -1;  // first source row of what `row_` holds
+  bool ready_ = false;          // the memory below was had
+  WorkSlab slab_;
+  std::int32_t* starts_ = nullptr;     // first element of each new pixel's box in a row of sums
+  std::uint16_t* sums_ = nullptr;      // column sums
+  std::uint32_t* totals_ = nullptr;    // the same in 32 bits
+  std::uint8_t* row_ = nullptr;        // one row of the result, 32-bit
+  std::uint8_t* sourceRow_ = nullptr;  // one 24-bit source row as 32-bit pixels
+};
+
+}  // namespace pixmorph
+
+#endif  // PIXMORPH_SCALING_AREA_ROWS_H_

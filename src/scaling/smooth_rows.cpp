@@ -1,0 +1,98 @@
+#include "scaling/smooth_rows.h"
+
+namespace pixmorph {
+
+using kernels::PixelLayout;
+
+namespace {
+
+bool AreExact(const kernels::SmoothWeights& weights) {
+  return kernels::IsExactSmoothWeight(weights.tap[1]) && kernels::IsExactSmoothWeight(weights.tap[2]);
+}
+
+}  // namespace
+
+SmoothRows::SmoothRows(const SourcePixels& source, PixelLayout outLayout, const SmoothTables& tables,
+                       std::int32_t newWidth, const kernels::KernelTable& table)
+    : source_(source),
+      outLayout_(outLayout),
+      tables_(tables),
+      kernels_(*table.smoothEnlarge),
+      pack_(*table.pack) {
+  columns_.count = newWidth;
+  ready_ = PlanMemory();
+}
+
+bool SmoothRows::PlanMemory() {
+  if (source_.layout == PixelLayout::kNone || outLayout_ == PixelLayout::kNone) return false;
+  const std::int64_t entries = std::int64_t{columns_.count} + kernels::kSmoothColumnBlock;
+  const std::int64_t lineFloats = std::int64_t{kernels::SmoothPlaneFloats(source_.width)} * 4;
+  const bool packs = source_.layout == PixelLayout::kRgb24 || outLayout_ == PixelLayout::kRgb24;
+  const std::int64_t index = slab_.Plan<std::int32_t>(entries);
+  const std::int64_t weight0 = slab_.Plan<float>(entries);
+  const std::int64_t weight1 = slab_.Plan<float>(entries);
+  const std::int64_t exactMask = slab_.Plan<std::int32_t>(entries);
+  const std::int64_t lines[3] = {slab_.Plan<float>(lineFloats), slab_.Plan<float>(lineFloats),
+                                 slab_.Plan<float>(lineFloats)};
+  const std::int64_t row = slab_.Plan<std::uint32_t>(packs ? columns_.count : 0);
+  if (!slab_.Allocate()) return false;
+  FillColumns(slab_.At<std::int32_t>(index), slab_.At<float>(weight0), slab_.At<float>(weight1),
+              slab_.At<std::int32_t>(exactMask));
+  for (int i = 0; i < 2; ++i) lines_[i] = slab_.At<float>(lines[i]);
+  blended_ = slab_.At<float>(lines[2]);
+  row_ = slab_.At<std::uint8_t>(row);
+  return true;
+}
+
+void SmoothRows::FillColumns(std::int32_t* index, float* weight0, float* weight1, std::int32_t* exactMask) {
+  columns_.allExact = true;
+  for (std::int32_t i = 0; i < columns_.count + kernels::kSmoothColumnBlock; ++i) {
+    const std::int32_t x = i < columns_.count ? i : columns_.count - 1;
+    const kernels::SmoothWeights& weights = tables_.ColumnWeights()[x];
+    index[i] = tables_.ColumnIndex()[x];
+    weight0[i] = weights.tap[2] * kernels::kSmoothWeightScale;
+    weight1[i] = weights.tap[1] * kernels::kSmoothWeightScale;
+    const bool exact = AreExact(weights);
+    exactMask[i] = exact ? -1 : 0;
+    columns_.allExact = columns_.allExact && exact;
+  }
+  columns_.index = index;
+  columns_.weight0 = weight0;
+  columns_.weight1 = weight1;
+  columns_.exactMask = exactMask;
+}
+
+const float* SmoothRows::Line(std::int32_t sourceRow, std::int32_t besides) {
+  for (int i = 0; i < 2; ++i)
+    if (lineOf_[i] == sourceRow) return lines_[i];
+  const int slot = lineOf_[0] == besides ? 1 : 0;
+  const std::uint8_t* pixels = source_.rows.Row(sourceRow);
+  if (source_.layout == PixelLayout::kRgb24) {
+    pack_.rgb24ToBgrx(row_, pixels, source_.width, 0xFF000000u);
+    pixels = row_;
+  }
+  kernels_.unpackLine(lines_[slot], pixels, source_.width);
+  lineOf_[slot] = sourceRow;
+  return lines_[slot];
+}
+
+const float* SmoothRows::BlendedLine(std::int32_t y) {
+  const kernels::SmoothWeights& weights = tables_.RowWeights(y);
+  const std::int32_t s = tables_.RowIndex(y);
+  const std::int32_t below = s + 1 < source_.height ? s + 1 : source_.height - 1;
+  const float* upper = Line(s, below);
+  // Adding nothing of the row below changes no value.
+  if (weights.tap[1] == 0.0f && weights.tap[2] == 1.0f) return upper;
+  const float* lower = Line(below, s);
+  kernels_.blendLines(blended_, upper, lower, weights.tap[2], weights.tap[1], source_.width);
+  return blended_;
+}
+
+void SmoothRows::MakeRow(std::uint8_t* out, std::int32_t y) {
+  const float* line = BlendedLine(y);
+  const bool packs = outLayout_ == PixelLayout::kRgb24;
+  kernels_.interpolateLine(packs ? row_ : out, line, columns_, AreExact(tables_.RowWeights(y)));
+  if (packs) pack_.bgrxToRgb24(out, row_, columns_.count);
+}
+
+}  // namespace pixmorph

@@ -1,0 +1,49 @@
+#ifndef PIXMORPH_SCALING_SMOOTH_ROWS_H_
+#define PIXMORPH_SCALING_SMOOTH_ROWS_H_
+
+#include <cstdint>
+
+#include "kernels/levels.h"
+#include "kernels/pack_kernel.h"
+#include "kernels/smooth_enlarge_kernel.h"
+#include "scaling/smooth_tables.h"
+#include "scaling/source_pixels.h"
+#include "scaling/work_slab.h"
+
+namespace pixmorph {
+
+// Makes whole rows of a smooth enlargement, all channels at once. Owns its memory; not `Ready` where that
+// can't be had, and then of no use.
+class SmoothRows {
+ public:
+  // `tables`, filled, must outlive this.
+  SmoothRows(const SourcePixels& source, kernels::PixelLayout outLayout, const SmoothTables& tables,
+             std::int32_t newWidth, const kernels::KernelTable& table);
+
+  bool Ready() const { return ready_; }
+  // Writes row y of the result to `out`. Ascending y are cheapest.
+  void MakeRow(std::uint8_t* out, std::int32_t y);
+
+ private:
+  bool PlanMemory();
+  void FillColumns(std::int32_t* index, float* weight0, float* weight1, std::int32_t* exactMask);
+  const float* Line(std::int32_t sourceRow, std::int32_t besides);
+  const float* BlendedLine(std::int32_t y);
+
+  const SourcePixels source_;
+  const kernels::PixelLayout outLayout_;
+  const SmoothTables& tables_;
+  const kernels::SmoothEnlargeKernels& kernels_;
+  const kernels::PackKernels& pack_;
+  kernels::SmoothColumns columns_{};
+  bool ready_ = false;
+  WorkSlab slab_;
+  float* lines_[2] = {};               // two source rows as lines
+  std::int32_t lineOf_[2] = {-1, -1};  // which ones
+  float* blended_ = nullptr;           // the line between them
+  std::uint8_t* row_ = nullptr;        // one 32-bit row, of the source or of the result
+};
+
+}  // namespace pixmorph
+
+#endif  // PIXMORPH_SCALING_SMOOTH_ROWS_H_
