@@ -8,8 +8,8 @@
 namespace pixmorph {
 
 // Editor pixel types. The table has 17 codes; an editor only ever produces these four.
-constexpr std::int32_t kPixelHostRGB32 = 8;     // rows of a runtime bitmap, top byte written as 0
-constexpr std::int32_t kPixelRGB24 = 11;        // GdkPixbuf copy or a writer's own buffer: red, green, blue
+constexpr std::int32_t kPixelHostRGB32 = 8;      // rows of a runtime bitmap, top byte written as 0
+constexpr std::int32_t kPixelRGB24 = 11;         // GdkPixbuf copy or a writer's own buffer: red, green, blue
 constexpr std::int32_t kPixelCairoAlpha32 = 14;  // cairo surface of a picture with an alpha channel
 constexpr std::int32_t kPixelCairoRGB32 = 15;    // cairo surface of a picture without one
 
