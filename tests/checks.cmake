@@ -9,3 +9,9 @@ if(NOT PIXMORPH_SANITIZE)
   add_test(NAME check.isa_objects COMMAND ${PROJECT_SOURCE_DIR}/scripts/check_isa_objects.sh
     $<TARGET_OBJECTS:pixmorph_core> COMMAND_EXPAND_LISTS)
 endif()
+
+add_test(NAME check.readme COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/scripts/check_readme.py)
+
+# The kernels once more as 64-bit programs: native where the 32-bit ones run in an emulator, AVX-512 included.
+add_test(NAME kernels.native64 COMMAND ${PROJECT_SOURCE_DIR}/scripts/run_kernels64.sh)
+set_tests_properties(kernels.native64 PROPERTIES TIMEOUT 1200)
