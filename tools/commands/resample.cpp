@@ -1,0 +1,58 @@
+#include <memory>
+
+#include "standin/methods.h"
+#include "tools/commands/commands.h"
+#include "tools/parsing/geometry.h"
+#include "tools/parsing/kernel_names.h"
+#include "tools/run/job.h"
+
+namespace tool {
+namespace {
+
+struct ResampleArguments {
+  std::string input, output, size, kernel;
+};
+
+// Both pictures in the file's and the runtime's form, and the half-way picture between the passes.
+std::uint64_t BytesNeeded(const Size& source, const Size& wanted) {
+  const Size halfWay{wanted.width, source.height};
+  return 8 * (std::uint64_t{PixelCountOf(source)} + PixelCountOf(wanted)) +
+         4 * std::uint64_t{PixelCountOf(halfWay)};
+}
+
+void RunResample(const ResampleArguments& arguments, const Options& options) {
+  const Geometry geometry = Geometry::Parse(arguments.size);
+  const KernelRow& kernel = ParseKernel(arguments.kernel);
+  Job job(options, {"resample",
+                    "ScalingKTZ",
+                    arguments.input,
+                    arguments.output,
+                    {{"size", arguments.size}, {"kernel", kernel.name}, {"mode", kernel.mode}}});
+  const Image source = job.Read(arguments.input);
+  const Size wanted = geometry.For(source.size);
+  CheckMemory("resampling to " + ToText(wanted), BytesNeeded(source.size, wanted));
+  if (source.hasAlpha) job.Note("the transparency is dropped: scale --mask keeps it");
+  const standin::Ref picture = job.Library().MakePicture(source, Session::Alpha::kDropped);
+  const standin::Ref result = job.Call(source.size, wanted.height, [&](int interval) {
+    return standin::Scaling(picture, kernel.mode, wanted.width, wanted.height, interval);
+  });
+  job.Finish(TakeImage(result, false));
+}
+
+}  // namespace
+
+std::function<void()> DefineResample(CLI::App& app, Options& options) {
+  auto arguments = std::make_shared<ResampleArguments>();
+  app.add_option("IN", arguments->input, "a PNG or JPEG file, - for stdin")->required();
+  app.add_option("OUT", arguments->output, "where to write, - for stdout")->required();
+  app.add_option("--size", arguments->size,
+                 "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges")
+      ->type_name("GEOM")
+      ->required();
+  app.add_option("--kernel", arguments->kernel, "a name or number from \"pixmorph kernels\"")
+      ->type_name("NAME")
+      ->required();
+  return [arguments, &options] { RunResample(*arguments, options); };
+}
+
+}  // namespace tool
