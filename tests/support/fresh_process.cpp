@@ -16,9 +16,19 @@ namespace {
 
 enum ChildStatus { kPassed = 0, kFailed = 1, kThrew = 2 };
 
+int FailuresSoFar() {
+  const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+  if (test == nullptr) return 0;
+  int failures = 0;
+  for (int i = 0; i < test->result()->total_part_count(); ++i) {
+    if (test->result()->GetTestPartResult(i).failed()) ++failures;
+  }
+  return failures;
+}
+
 int RunBody(const std::function<void()>& body) {
   // The test that forked may have failed before; only what happens here counts.
-  const bool failedBefore = testing::Test::HasFailure();
+  const int failedBefore = FailuresSoFar();
   try {
     body();
   } catch (const std::exception& error) {
@@ -28,7 +38,7 @@ int RunBody(const std::function<void()>& body) {
     std::cerr << "an exception of unknown type\n";
     return kThrew;
   }
-  return testing::Test::HasFailure() && !failedBefore ? kFailed : kPassed;
+  return FailuresSoFar() > failedBefore ? kFailed : kPassed;
 }
 
 [[noreturn]] void BecomeChild(int out, const std::function<void()>& body) {
