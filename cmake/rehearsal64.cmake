@@ -25,7 +25,8 @@ file(GLOB PIXMORPH_KERNEL_TESTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/ke
 file(GLOB PIXMORPH_KERNEL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/kernels/*.cpp)
 if(PIXMORPH_KERNEL_TESTS)
   add_executable(test_kernels ${PIXMORPH_KERNEL_TESTS} $<TARGET_OBJECTS:pixmorph_operations>
-    ${PROJECT_SOURCE_DIR}/bench/rehearsal/editor.cpp ${PROJECT_SOURCE_DIR}/bench/rehearsal/services.cpp)
+    ${PROJECT_SOURCE_DIR}/bench/rehearsal/editor.cpp ${PROJECT_SOURCE_DIR}/bench/rehearsal/services.cpp
+    ${PROJECT_SOURCE_DIR}/tests/support/fence.cpp ${PROJECT_SOURCE_DIR}/tests/support/random.cpp)
   target_link_libraries(test_kernels PRIVATE pixmorph_developer_flags gtest gtest_main m)
   gtest_discover_tests(test_kernels TEST_PREFIX kernels64. DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
 endif()

@@ -1,0 +1,223 @@
+#include "kernels/area_average_kernel.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kernels/levels.h"
+#include "tests/support/fence.h"
+#include "tests/support/random.h"
+
+namespace pixmorph::kernels {
+namespace {
+
+class AreaAverage : public testing::TestWithParam<Level> {
+ protected:
+  void SetUp() override {
+    if (GetParam() > BestLevel()) GTEST_SKIP() << "this processor lacks the level";
+  }
+  const AreaAverageKernels& Kernels() const { return *TableOf(GetParam()).areaAverage; }
+};
+
+std::string Name(const testing::TestParamInfo<Level>& info) { return TableOf(info.param).name; }
+INSTANTIATE_TEST_SUITE_P(Levels, AreaAverage,
+                         testing::Values(Level::kScalar, Level::kSse2, Level::kSse41, Level::kAvx2,
+                                         Level::kAvx512),
+                         Name);
+
+// Index of the first difference, or -1.
+template <class T>
+int FirstDifference(const T* a, const T* b, int count) {
+  for (int i = 0; i < count; ++i)
+    if (a[i] != b[i]) return i;
+  return -1;
+}
+
+TEST_P(AreaAverage, AddsRowsUpToTheirLastByte) {
+  test::Random random(1);
+  for (int round = 0; round < 400; ++round) {
+    const int bytes = round < 200 ? round : random.Between(200, 3000);
+    const int rowCount = random.Between(1, kAreaRowsAtOnce);
+    const auto at = random.OneIn(2) ? test::Fence::At::kEnd : test::Fence::At::kStart;
+    test::Fence first(static_cast<std::size_t>(bytes), at), second(static_cast<std::size_t>(bytes), at);
+    const std::uint8_t* rows[kAreaRowsAtOnce] = {first.Data(), second.Data(), first.Data(), second.Data()};
+    for (int i = 0; i < bytes; ++i) first.Data()[i] = random.OneIn(3) ? 255 : random.Byte();
+    for (int i = 0; i < bytes; ++i) second.Data()[i] = random.OneIn(3) ? 255 : random.Byte();
+    std::vector<std::uint16_t> sums(static_cast<std::size_t>(bytes + kAreaSumPadding));
+    for (auto& sum : sums) sum = static_cast<std::uint16_t>(random.Between(0, 253 * 255));
+    std::vector<std::uint16_t> expected = sums;
+    const bool fresh = random.OneIn(2);
+    Kernels().addRows(sums.data(), rows, rowCount, bytes, fresh);
+    ref::AddRows(expected.data(), rows, rowCount, bytes, fresh);
+    ASSERT_EQ(-1, FirstDifference(sums.data(), expected.data(), bytes))
+        << bytes << " bytes, " << rowCount << " rows, first " << fresh;
+  }
+}
+
+TEST_P(AreaAverage, AddsSumsToTotals) {
+  test::Random random(2);
+  for (int count = 0; count < 150; ++count) {
+    std::vector<std::uint16_t> sums(static_cast<std::size_t>(count + kAreaSumPadding), 0xFFFF);
+    std::vector<std::uint32_t> totals(static_cast<std::size_t>(count + kAreaSumPadding));
+    for (auto& total : totals) total = random.Next() >> 1;
+    std::vector<std::uint32_t> expected = totals;
+    const bool fresh = random.OneIn(4);
+    Kernels().addSums(totals.data(), sums.data(), count, fresh);
+    ref::AddSums(expected.data(), sums.data(), count, fresh);
+    ASSERT_EQ(-1, FirstDifference(totals.data(), expected.data(), count)) << count;
+  }
+}
+
+struct Case {
+  int sourceWidth, newWidth, boxHeight, step;
+};
+
+// Averages one row of random sums of the case's boxes with a kernel and with the reference.
+template <class Sum, class Kernel, class Reference>
+void CheckAverage(test::Random& random, const Case& c, Kernel kernel, Reference reference) {
+  const AreaAxis axis = MakeAreaAxis(c.sourceWidth, c.newWidth);
+  std::vector<std::int32_t> starts(static_cast<std::size_t>(c.newWidth));
+  for (int x = 0; x < c.newWidth; ++x) starts[static_cast<std::size_t>(x)] = axis.Start(x) * c.step;
+  // The sums end at a fence, padding included.
+  const int elements = c.sourceWidth * c.step + kAreaSumPadding;
+  test::Fence sums(static_cast<std::size_t>(elements) * sizeof(Sum));
+  const bool extreme = random.OneIn(4);
+  for (int i = 0; i < elements; ++i)
+    sums.As<Sum>()[i] = static_cast<Sum>(extreme ? 255 * c.boxHeight : random.Between(0, 255 * c.boxHeight));
+  const AreaColumns columns = {starts.data(),
+                               c.newWidth,
+                               axis.box,
+                               c.step,
+                               axis.box * c.boxHeight,
+                               random.OneIn(2) ? 0xFF000000u : 0u};
+  test::Fence out(static_cast<std::size_t>(c.newWidth) * 4);
+  std::vector<std::uint8_t> expected(out.Size());
+  kernel(out.Data(), sums.As<Sum>(), columns);
+  reference(expected.data(), sums.As<Sum>(), columns);
+  ASSERT_EQ(-1, FirstDifference(out.Data(), expected.data(), c.newWidth * 4))
+      << c.sourceWidth << " -> " << c.newWidth << ", box height " << c.boxHeight << ", step " << c.step;
+}
+
+TEST_P(AreaAverage, AveragesSmallBoxes) {
+  test::Random random(3);
+  for (int round = 0; round < 600; ++round) {
+    const int newWidth = random.Between(1, 80);
+    const int boxWidth = random.Between(1, 12);
+    const int sourceWidth = random.OneIn(2) ? newWidth * boxWidth : random.Between(1, newWidth * boxWidth);
+    const int box = MakeAreaAxis(sourceWidth, newWidth).box;
+    CheckAverage<std::uint16_t>(
+        random, {sourceWidth, newWidth, random.Between(1, kAreaRowsIn16Bits / box), random.Between(3, 4)},
+        Kernels().averageSmall, ref::AverageSums);
+  }
+}
+
+TEST_P(AreaAverage, AveragesLargeBoxes) {
+  test::Random random(4);
+  for (int round = 0; round < 200; ++round) {
+    const int newWidth = random.Between(1, 20);
+    const int sourceWidth = newWidth * random.Between(1, 150) + random.Between(0, newWidth - 1);
+    const int step = random.Between(3, 4);
+    CheckAverage<std::uint16_t>(random, {sourceWidth, newWidth, random.Between(1, kAreaRowsIn16Bits), step},
+                                Kernels().averageLarge, ref::AverageSums);
+    CheckAverage<std::uint32_t>(random, {sourceWidth, newWidth, random.Between(1, 32767), step},
+                                Kernels().averageTotals, ref::AverageTotals);
+  }
+}
+
+// Every sum that a box of n pixels can have, for all n where the division is done by a reciprocal of 16 bits
+// or float: one wrong rounding would show.
+TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
+  for (const int pixels : {2, 3, 4, 5, 6, 7, 9, 11, 13, 49, 127, 200, 255, 256, 257, 258, 1000, 4096}) {
+    const int sumCount = 255 * pixels + 1;
+    const int newWidth = (sumCount + 3) / 4;
+    std::vector<std::int32_t> starts(static_cast<std::size_t>(newWidth));
+    std::vector<std::uint32_t> totals(static_cast<std::size_t>(newWidth * 4 + kAreaSumPadding));
+    std::vector<std::uint16_t> sums(totals.size());
+    for (int x = 0; x < newWidth; ++x) starts[static_cast<std::size_t>(x)] = x * 4;
+    for (int i = 0; i < newWidth * 4; ++i)
+      totals[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(i < sumCount ? i : sumCount - 1);
+    for (std::size_t i = 0; i < totals.size(); ++i) sums[i] = static_cast<std::uint16_t>(totals[i]);
+    const AreaColumns columns = {starts.data(), newWidth, 1, 4, pixels, 0};
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(newWidth) * 4), expected(out.size());
+    ref::AverageTotals(expected.data(), totals.data(), columns);
+    Kernels().averageTotals(out.data(), totals.data(), columns);
+    ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, totals";
+    if (pixels > kAreaRowsIn16Bits) continue;
+    Kernels().averageSmall(out.data(), sums.data(), columns);
+    ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, small";
+    Kernels().averageLarge(out.data(), sums.data(), columns);
+    ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, large";
+  }
+}
+
+TEST_P(AreaAverage, RepeatsPixelsUpToTheRowsEnd) {
+  test::Random random(5);
+  for (int round = 0; round < 300; ++round) {
+    const int sourceWidth = random.Between(1, 90);
+    const int newWidth = sourceWidth + (random.OneIn(4) ? 0 : random.Between(0, 300));
+    const AreaAxis axis = MakeAreaAxis(sourceWidth, newWidth);
+    std::vector<std::int32_t> starts(static_cast<std::size_t>(newWidth));
+    for (int x = 0; x < newWidth; ++x) starts[static_cast<std::size_t>(x)] = axis.Start(x);
+    const auto at = random.OneIn(2) ? test::Fence::At::kEnd : test::Fence::At::kStart;
+    const int used = starts.back() + 1;
+    test::Fence row(static_cast<std::size_t>(used) * 4, at), out(static_cast<std::size_t>(newWidth) * 4, at);
+    for (std::size_t i = 0; i < row.Size(); ++i) row.Data()[i] = random.Byte();
+    std::vector<std::uint8_t> expected(out.Size());
+    const std::uint32_t top = random.OneIn(2) ? 0xFF000000u : 0u;
+    Kernels().repeatPixels(out.Data(), row.Data(), starts.data(), newWidth, top);
+    ref::RepeatPixels(expected.data(), row.Data(), starts.data(), newWidth, top);
+    ASSERT_EQ(-1, FirstDifference(out.Data(), expected.data(), newWidth * 4))
+        << sourceWidth << " -> " << newWidth;
+  }
+}
+
+TEST_P(AreaAverage, CopiesRowsOfAnyAlignment) {
+  test::Random random(6);
+  for (int bytes = 0; bytes < 600; bytes += bytes < 260 ? 1 : 37) {
+    test::Fence from(static_cast<std::size_t>(bytes)), to(static_cast<std::size_t>(bytes));
+    for (int i = 0; i < bytes; ++i) from.Data()[i] = random.Byte();
+    Kernels().copyRow(to.Data(), from.Data(), bytes);
+    ASSERT_EQ(0, std::memcmp(to.Data(), from.Data(), static_cast<std::size_t>(bytes))) << bytes;
+  }
+}
+
+TEST(AreaAverageLevels, EachRunsItsOwnVariant) {
+  EXPECT_NE(kAreaAverageSse2.averageSmall, kAreaAverageScalar.averageSmall);
+  EXPECT_NE(kAreaAverageAvx2.averageSmall, kAreaAverageSse41.averageSmall);
+  EXPECT_NE(kAreaAverageAvx512.averageSmall, kAreaAverageAvx2.averageSmall);
+  EXPECT_NE(kAreaAverageAvx512.addRows, kAreaAverageAvx2.addRows);
+}
+
+TEST(IndexRatio, TruncatesTheProductOfSixtyFourSignificantBits) {
+  // The double next below 1/3, times 3, lies below 1; rounded to double first it would be 1.
+  EXPECT_EQ(0, IndexRatio(2.0 / 6).Times(3));
+  EXPECT_EQ(1, IndexRatio(2.0 / 6).Times(4));
+  test::Random random(7);
+  for (int round = 0; round < 20000; ++round) {
+    const int target = random.Between(1, random.OneIn(2) ? 40 : 40000);
+    const int source = random.Between(1, random.OneIn(2) ? 40 : 2000000);
+    const int index = random.OneIn(3) ? target - 1 : random.Between(0, target - 1);
+    const double ratio = static_cast<double>(source) / target;
+    // An x87 register holds 64 significant bits.
+    const volatile long double product = static_cast<long double>(index) * static_cast<long double>(ratio);
+    ASSERT_EQ(static_cast<std::int32_t>(product), IndexRatio(ratio).Times(index))
+        << index << " × " << source << " / " << target;
+  }
+}
+
+TEST(AreaAxis, BoxesStayInsideTheSource) {
+  test::Random random(8);
+  for (int round = 0; round < 20000; ++round) {
+    const int target = random.Between(1, 300);
+    const int source = random.Between(1, random.OneIn(2) ? 300 : 30000);
+    const AreaAxis axis = MakeAreaAxis(source, target);
+    const int last = IndexRatio(static_cast<double>(source) / target).Times(target - 1);
+    ASSERT_LE(last + axis.box, source) << source << " -> " << target;
+    ASSERT_EQ(last, axis.Start(target - 1));
+  }
+}
+
+}  // namespace
+}  // namespace pixmorph::kernels
