@@ -23,7 +23,7 @@ using Picture = pixmorph::REALpictureStruct;
 // Pixel type of the pictures that the operations make; those with an alpha channel have 14 instead.
 extern std::int32_t gNewPictureType;
 
-// One reference for the caller; all bytes 0.
+// One reference for the caller; the pixels are whatever was there.
 Picture* NewPicture(int width, int height, std::int32_t pixelType);
 void Retain(Picture* picture);
 void Release(Picture* picture);
