@@ -1,7 +1,8 @@
-#include "kernels/blur_kernel.h"
+#include "kernels/blur_simd.h"
+#include "kernels/vec_avx2.h"
 
 namespace pixmorph::kernels {
 
-const BlurKernels kBlurAvx2 = {ref::AddPlannedRow, ref::AverageColumns, ref::AveragePlannedRow};
+const BlurKernels kBlurAvx2 = BlurOver<VecAvx2>::kTable;
 
 }  // namespace pixmorph::kernels

@@ -1,7 +1,8 @@
-#include "kernels/blur_kernel.h"
+#include "kernels/blur_simd.h"
+#include "kernels/vec_avx512.h"
 
 namespace pixmorph::kernels {
 
-const BlurKernels kBlurAvx512 = {ref::AddPlannedRow, ref::AverageColumns, ref::AveragePlannedRow};
+const BlurKernels kBlurAvx512 = BlurOver<VecAvx512>::kTable;
 
 }  // namespace pixmorph::kernels

@@ -11,18 +11,21 @@ namespace pixmorph::kernels {
 
 // What one blur has in common for all its rows. Made by `PlanBlur`.
 struct BlurPlan {
-  std::int32_t width;    // pixels in a row, 1 .. 32767
-  std::int32_t radius;   // 1 .. 1048573
-  std::int32_t box;      // 2 * radius + 1
+  std::int32_t width;   // pixels in a row, 1 .. 32767
+  std::int32_t radius;  // 1 .. 1048573
+  std::int32_t box;     // 2 * radius + 1
+  std::int32_t
+      reach;  // pixels to look ahead and back: the radius, or what is as good for a row of this width
   std::int32_t padding;  // copies of the edge pixel in front of and behind an intermediate row
   bool narrow;           // sums fit 16 bits
   bool biased;           // narrow sums are kept one too large
   std::uint32_t factor;  // sum / box = (sum + bias) * factor >> (narrow ? 16 : 32) + shift, for every sum
   std::int32_t shift;    // 0 .. 20
+  bool streaming;        // results go past the caches
 };
 
 // [pure]
-BlurPlan PlanBlur(std::int32_t width, std::int32_t radius);
+BlurPlan PlanBlur(std::int32_t width, std::int32_t height, std::int32_t radius);
 
 // Bytes that the column sums take, aligned to 64. [pure]
 std::int64_t BlurSumBytes(const BlurPlan& plan);
@@ -32,9 +35,11 @@ std::int32_t BlurRowPixels(const BlurPlan& plan);
 std::int32_t BlurRowStart(const BlurPlan& plan);
 
 // The two passes over 32-bit rows, row by row; the top bytes of what is read never count. `sums` is memory of
-// `BlurSumBytes`, zero at the start, laid out as the level likes. Source rows that change between entering
+// `BlurSumBytes`, laid out as the level likes. Source rows that change between entering
 // and leaving the sums spoil colours, nothing else. [pure]
 struct BlurKernels {
+  // Sums of nothing.
+  void (*startSums)(const BlurPlan& plan, void* sums);
   // Adds `times` copies of a source row to the column sums, 0 <= times <= box. Reads exactly `width` pixels.
   void (*addRow)(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
   // Writes the columns' averages and the padding on either side to an intermediate row, then moves the sums
@@ -70,6 +75,7 @@ void AverageRow(PixelLayout layout, std::uint8_t* to, const std::uint8_t* from, 
                 std::int32_t radius);
 
 // The entries of `kBlurScalar`.
+void StartSums(const BlurPlan& plan, void* sums);
 void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
 void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
                     const std::uint8_t* leaving);

@@ -14,13 +14,15 @@ std::int32_t RoundUp(std::int32_t pixels) { return (pixels + kPixelsPerVector - 
 // when 255 * box * error < 2^n. With down = 2^n / box rounded down, (sum + 1) * down / 2^n falls short of
 // (sum + 1) / box, by no more than 1 / box when (255 * box + 1) * error <= 2^n with error = 2^n - down * box:
 // so it lies from sum / box to below (sum + 1) / box, and has the same whole part as sum / box.
-bool SetQuotient(BlurPlan* plan, std::int32_t bits, std::int32_t shift) {
-  const std::uint64_t power = 1ull << (bits + shift);
+// Only narrow sums with room for one more have use for that.
+bool SetQuotient(BlurPlan* plan, std::int32_t shift) {
+  const std::uint64_t power = 1ull << ((plan->narrow ? 16 : 32) + shift);
   const std::uint64_t box = static_cast<std::uint64_t>(plan->box);
   const std::uint64_t down = power / box;  // never exact: the box is odd and above 1
   const std::uint64_t largest = 255 * box;
   const bool fitsUp = largest * ((down + 1) * box - power) < power;
-  const bool fitsDown = (largest + 1) * (power - down * box) <= power;
+  const bool hasRoom = plan->narrow && largest + 1 < 65536;
+  const bool fitsDown = hasRoom && (largest + 1) * (power - down * box) <= power;
   if (!fitsUp && !fitsDown) return false;
   plan->biased = !fitsUp;
   plan->factor = static_cast<std::uint32_t>(fitsUp ? down + 1 : down);
@@ -28,24 +30,30 @@ bool SetQuotient(BlurPlan* plan, std::int32_t bits, std::int32_t shift) {
   return true;
 }
 
-// The largest sum and the bias must fit 16 bits: up to a box of 257, where no bias is needed.
+// The largest box whose 255-fold fits 16 bits: 257, which takes no bias.
 constexpr std::int32_t kLargestNarrowBox = 257;
+
+// Results beyond the size of a second-level cache are not read back from there anyway.
+constexpr std::int64_t kStreamedPixels = 256 * 1024;
 
 }  // namespace
 
-BlurPlan PlanBlur(std::int32_t width, std::int32_t radius) {
+BlurPlan PlanBlur(std::int32_t width, std::int32_t height, std::int32_t radius) {
   BlurPlan plan{};
   plan.width = width;
   plan.radius = radius;
   plan.box = 2 * radius + 1;
-  // A box that hangs over both edges takes the same pixels whatever its length.
-  plan.padding = (radius < width ? radius : width) + 1;
+  // Beyond an edge all pixels are alike, so that looking further makes no difference. The vector more is for
+  // rows that are taken from before their first pixel on, so that stores are aligned.
+  plan.reach = radius < width + kPixelsPerVector ? radius : width + kPixelsPerVector;
+  plan.padding = plan.reach + kPixelsPerVector;
+  plan.streaming = static_cast<std::int64_t>(width) * height >= kStreamedPixels;
   plan.narrow = plan.box <= kLargestNarrowBox;
   // A shift up to the whole part of log2(box) keeps the factor below 2^16 or 2^32. There, one of the two
   // errors is at most box / 2 and fits a narrow quotient; a wide one has 510 * box < 2^32. No shift saves an
   // instruction.
   std::int32_t shift = 0;
-  while (!SetQuotient(&plan, plan.narrow ? 16 : 32, shift)) ++shift;
+  while (!SetQuotient(&plan, shift)) ++shift;
   return plan;
 }
 

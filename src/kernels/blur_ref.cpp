@@ -68,6 +68,11 @@ ColumnSums Planes(const BlurPlan& plan, void* sums) {
 
 }  // namespace
 
+void StartSums(const BlurPlan& plan, void* sums) {
+  const ColumnSums planes = Planes(plan, sums);
+  for (std::int32_t x = 0; x < plan.width; ++x) planes.red[x] = planes.green[x] = planes.blue[x] = 0;
+}
+
 void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
   AddRow(Planes(plan, sums), PixelLayout::kBgrx0, row, plan.width, times);
 }
@@ -90,6 +95,7 @@ void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_
 
 }  // namespace ref
 
-const BlurKernels kBlurScalar = {ref::AddPlannedRow, ref::AverageColumns, ref::AveragePlannedRow};
+const BlurKernels kBlurScalar = {ref::StartSums, ref::AddPlannedRow, ref::AverageColumns,
+                                 ref::AveragePlannedRow};
 
 }  // namespace pixmorph::kernels

@@ -1,7 +1,8 @@
-#include "kernels/blur_kernel.h"
+#include "kernels/blur_simd.h"
+#include "kernels/vec_sse2.h"
 
 namespace pixmorph::kernels {
 
-const BlurKernels kBlurSse2 = {ref::AddPlannedRow, ref::AverageColumns, ref::AveragePlannedRow};
+const BlurKernels kBlurSse2 = BlurOver<VecSse2>::kTable;
 
 }  // namespace pixmorph::kernels

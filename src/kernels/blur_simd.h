@@ -1,0 +1,324 @@
+#ifndef PIXMORPH_KERNELS_BLUR_SIMD_H_
+#define PIXMORPH_KERNELS_BLUR_SIMD_H_
+
+#include <string.h>
+
+#include "kernels/blur_kernel.h"
+
+// The blur over one of the vector types of vec_*.h. Included by the files of the instruction sets only.
+//
+// Four pixels fill 16 bytes. Unpacked to 16 bits within each 16 bytes they fill a pair of vectors, `lo` with
+// the first two pixels of every four and `hi` with the last two; packing such a pair puts them back in order.
+namespace pixmorph::kernels {
+namespace {
+
+template <class V>
+struct Pair {
+  V lo, hi;
+};
+
+// 16-bit sums -> averages, packed to pixels.
+template <class V, bool kShifted>
+struct NarrowQuotient {
+  explicit NarrowQuotient(const BlurPlan& plan)
+      : factor(V::Set16(static_cast<std::int16_t>(plan.factor))), shift(plan.shift) {}
+  PIXMORPH_INLINE_MEMBER V Of(V sums) const {
+    const V high = V::MulHigh16(sums, factor);
+    return kShifted ? V::ShiftRight16(high, shift) : high;
+  }
+  PIXMORPH_INLINE_MEMBER V Pixels(const Pair<V>& sums) const { return V::Pack16(Of(sums.lo), Of(sums.hi)); }
+  V factor;
+  int shift;
+};
+
+// 32-bit sums of the even and of the odd 16-bit lanes.
+template <class V>
+struct WideSums {
+  V even, odd;
+  // Adds 16-bit numbers, each to its 32-bit sum.
+  PIXMORPH_INLINE_MEMBER void Add(V numbers) {
+    even = V::Add32(even, V::MaddPairs16(numbers, V::Set32(0x00000001)));
+    odd = V::Add32(odd, V::MaddPairs16(numbers, V::Set32(0x00010000)));
+  }
+};
+
+template <class V>
+struct WideQuotient {
+  explicit WideQuotient(const BlurPlan& plan) : factor(V::Set32(plan.factor)), shift(plan.shift) {}
+  PIXMORPH_INLINE_MEMBER V Of(V sums) const {
+    const V low = V::ShiftRight64(V::MulEven32(sums, factor), 32 + shift);
+    const V high = V::ShiftRight64(V::MulEven32(V::ShiftRight64(sums, 32), factor), shift);
+    return V::Or(low, V::And(high, V::Set64(0xFFFFFFFF00000000u)));
+  }
+  PIXMORPH_INLINE_MEMBER V Of(const WideSums<V>& sums) const {
+    return V::Or(Of(sums.even), V::ShiftLeft32(Of(sums.odd), 16));
+  }
+  V factor;
+  int shift;
+};
+
+// ---- down the columns
+
+// Calls `block(offsetBytes, entering, leaving)` for each vector of the two source rows; the last one is
+// filled up with bytes of no meaning, since nothing behind a row may be read.
+template <class V, class Block>
+PIXMORPH_INLINE void ForEachVector(std::int32_t width, const std::uint8_t* entering,
+                                   const std::uint8_t* leaving, Block block) {
+  const std::int32_t bytes = width * 4;
+  std::int32_t at = 0;
+  for (; at + V::kBytes <= bytes; at += V::kBytes) block(at, V::Load(entering + at), V::Load(leaving + at));
+  if (at == bytes) return;
+  alignas(64) std::uint8_t ends[2][V::kBytes] = {};
+  const std::size_t left = static_cast<std::size_t>(bytes - at);
+  memcpy(ends[0], entering + at, left);
+  memcpy(ends[1], leaving + at, left);
+  block(at, V::Load(ends[0]), V::Load(ends[1]));
+}
+
+template <class V>
+PIXMORPH_INLINE void StartSums(const BlurPlan& plan, void* sums) {
+  memset(sums, 0, static_cast<std::size_t>(BlurSumBytes(plan)));
+  if (!plan.biased) return;
+  for (std::int64_t at = 0; at < BlurSumBytes(plan); at += V::kBytes)
+    V::Set16(1).StoreAligned(static_cast<std::uint8_t*>(sums) + at);
+}
+
+// Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
+// 32-bit.
+template <class V>
+PIXMORPH_INLINE void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
+  std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
+  const V factor = V::Set16(static_cast<std::int16_t>(times));
+  const V wideFactor = V::Set32(static_cast<std::uint32_t>(times));
+  ForEachVector<V>(plan.width, row, row, [=](std::int32_t at, V pixels, V) {
+    const V numbers[2] = {V::UnpackLow8(pixels), V::UnpackHigh8(pixels)};
+    for (int half = 0; half < 2; ++half) {
+      if (plan.narrow) {
+        std::uint8_t* sum = first + at * 2 + half * V::kBytes;
+        V::Add16(V::LoadAligned(sum), V::MulLow16(numbers[half], factor)).StoreAligned(sum);
+      } else {
+        std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
+        const V even = V::And(numbers[half], V::Set32(0xFFFF));
+        const V odd = V::ShiftRight32(numbers[half], 16);
+        V::Add32(V::LoadAligned(sum), V::MulSmall32(even, wideFactor)).StoreAligned(sum);
+        V::Add32(V::LoadAligned(sum + V::kBytes), V::MulSmall32(odd, wideFactor))
+            .StoreAligned(sum + V::kBytes);
+      }
+    }
+  });
+}
+
+template <class V, bool kShifted>
+PIXMORPH_INLINE void AverageColumnsNarrow(const BlurPlan& plan, std::uint8_t* to, void* sums,
+                                          const std::uint8_t* entering, const std::uint8_t* leaving) {
+  std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
+  const NarrowQuotient<V, kShifted> quotient(plan);
+  ForEachVector<V>(plan.width, entering, leaving, [=](std::int32_t at, V in, V out) {
+    std::uint8_t* sum = first + at * 2;
+    const Pair<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
+    quotient.Pixels(box).StoreAligned(to + at);
+    Pair<V> change;
+    V::Subtract8(in, out, &change.lo, &change.hi);
+    V::Add16(box.lo, change.lo).StoreAligned(sum);
+    V::Add16(box.hi, change.hi).StoreAligned(sum + V::kBytes);
+  });
+}
+
+template <class V>
+PIXMORPH_INLINE void AverageColumnsWide(const BlurPlan& plan, std::uint8_t* to, void* sums,
+                                        const std::uint8_t* entering, const std::uint8_t* leaving) {
+  std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
+  const WideQuotient<V> quotient(plan);
+  ForEachVector<V>(plan.width, entering, leaving, [=](std::int32_t at, V in, V out) {
+    V change[2], averages[2];
+    V::Subtract8(in, out, &change[0], &change[1]);
+    for (int half = 0; half < 2; ++half) {
+      std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
+      WideSums<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
+      averages[half] = quotient.Of(box);
+      box.Add(change[half]);
+      box.even.StoreAligned(sum);
+      box.odd.StoreAligned(sum + V::kBytes);
+    }
+    V::Pack16(averages[0], averages[1]).StoreAligned(to + at);
+  });
+}
+
+// The edge pixels' copies on either side of an intermediate row; whole vectors, for which there is room.
+template <class V>
+PIXMORPH_INLINE void PadRow(const BlurPlan& plan, std::uint8_t* row) {
+  std::uint32_t edges[2];
+  memcpy(&edges[0], row, 4);
+  memcpy(&edges[1], row + (plan.width - 1) * 4, 4);
+  const V left = V::Set32(edges[0]), right = V::Set32(edges[1]);
+  for (std::int32_t at = 0; at < plan.padding * 4; at += V::kBytes) {
+    left.Store(row - at - V::kBytes);
+    right.Store(row + plan.width * 4 + at);
+  }
+}
+
+template <class V>
+PIXMORPH_INLINE void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums,
+                                    const std::uint8_t* entering, const std::uint8_t* leaving) {
+  if (!plan.narrow)
+    AverageColumnsWide<V>(plan, to, sums, entering, leaving);
+  else if (plan.shift)
+    AverageColumnsNarrow<V, true>(plan, to, sums, entering, leaving);
+  else
+    AverageColumnsNarrow<V, false>(plan, to, sums, entering, leaving);
+  PadRow<V>(plan, to);
+}
+
+// ---- along a row
+
+// Running sums within one vector of pixels, all 16 bits: 16 pixels' differences stay below 2^12.
+template <class V>
+struct Prefix {
+  Pair<V> before;  // of each pixel and those in front of it in its group of four
+  V groups;        // of all groups of four in front of it
+  V total;         // of the whole vector, for every pixel
+};
+
+template <class V>
+PIXMORPH_INLINE Prefix<V> RunningSums(V in, V out) {
+  Prefix<V> p;
+  V::Subtract8(in, out, &p.before.lo, &p.before.hi);
+  p.before.lo = V::Add16(p.before.lo, V::ShiftUpPixel16(p.before.lo));
+  p.before.hi = V::Add16(p.before.hi, V::ShiftUpPixel16(p.before.hi));
+  p.before.hi = V::Add16(p.before.hi, V::LastPixel16(p.before.lo));
+  const V group = V::LastPixel16(p.before.hi);
+  p.groups = V::SumOfEarlierGroups16(group);
+  p.total = V::LastGroup(V::Add16(p.groups, group));
+  return p;
+}
+
+template <class V, bool kShifted>
+struct NarrowRow {
+  NarrowRow(const BlurPlan& plan, const std::uint32_t (&start)[4])
+      : quotient(plan),
+        carry(V::Set64((start[0] & 0xFFFF) | start[1] << 16 |
+                       static_cast<std::uint64_t>(start[2] & 0xFFFF) << 32)) {}
+  PIXMORPH_INLINE_MEMBER V Next(V in, V out) {
+    const Prefix<V> p = RunningSums(in, out);
+    const V base = V::Add16(carry, p.groups);
+    carry = V::Add16(carry, p.total);
+    return quotient.Pixels({V::Add16(p.before.lo, base), V::Add16(p.before.hi, base)});
+  }
+  NarrowQuotient<V, kShifted> quotient;
+  V carry;
+};
+
+template <class V>
+struct WideRow {
+  WideRow(const BlurPlan& plan, const std::uint32_t (&start)[4])
+      : quotient(plan),
+        carry{V::Set64(start[0] | static_cast<std::uint64_t>(start[2]) << 32), V::Set64(start[1])} {}
+  PIXMORPH_INLINE_MEMBER V Next(V in, V out) {
+    const Prefix<V> p = RunningSums(in, out);
+    WideSums<V> lo = carry, hi = carry;
+    lo.Add(V::Add16(p.before.lo, p.groups));
+    hi.Add(V::Add16(p.before.hi, p.groups));
+    carry.Add(p.total);
+    return V::Pack16(quotient.Of(lo), quotient.Of(hi));
+  }
+  WideQuotient<V> quotient;
+  WideSums<V> carry;
+};
+
+// Sums of the box around the pixel before pixel `first` (0 or less): blue, green, red, 0.
+template <class V>
+PIXMORPH_INLINE void SumsBefore(const BlurPlan& plan, const std::uint8_t* row, std::int32_t first,
+                                std::uint32_t (&sums)[4]) {
+  // The box covers pixels up to radius + first - 1, those beyond the edges being copies of the edge pixels.
+  const std::int32_t end = plan.radius + first;
+  const std::int32_t inside = end < 0 ? 0 : end < plan.width ? end : plan.width;
+  const std::int32_t behind = end > plan.width ? end - plan.width : 0;
+  const std::int32_t inFront = plan.box - inside - behind;
+  const std::uint8_t* last = row + (plan.width - 1) * 4;
+  for (int c = 0; c < 3; ++c)
+    sums[c] = static_cast<std::uint32_t>(row[c] * inFront + last[c] * behind + (plan.biased ? 1 : 0));
+  sums[3] = 0;
+  std::int32_t x = 0;
+  V blue = V::Zero(), green = V::Zero(), red = V::Zero();
+  for (; x + V::kPixels <= inside; x += V::kPixels) {
+    const V pixels = V::Load(row + x * 4);
+    blue = V::Add32(blue, V::SumBytes(V::And(pixels, V::Set32(0x0000FF))));
+    green = V::Add32(green, V::SumBytes(V::And(pixels, V::Set32(0x00FF00))));
+    red = V::Add32(red, V::SumBytes(V::And(pixels, V::Set32(0xFF0000))));
+  }
+  sums[0] += V::SumEven32(blue);
+  sums[1] += V::SumEven32(green);
+  sums[2] += V::SumEven32(red);
+  for (; x < inside; ++x)
+    for (int c = 0; c < 3; ++c) sums[c] += row[x * 4 + c];
+}
+
+template <class V>
+PIXMORPH_INLINE void CopyPixels(std::uint8_t* to, V pixels, std::int32_t from, std::int32_t count) {
+  alignas(64) std::uint8_t bytes[V::kBytes];
+  pixels.StoreAligned(bytes);
+  memcpy(to, bytes + from * 4, static_cast<std::size_t>(count) * 4);
+}
+
+// Vectors are taken so that the stores to the result are aligned: the first one may begin up to a vector
+// before the row, which the padding allows for.
+template <class V, class Row>
+PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from,
+                                  std::uint32_t top) {
+  const std::uintptr_t misalignment = reinterpret_cast<std::uintptr_t>(to) % V::kBytes;
+  const bool aligned = misalignment % 4 == 0;
+  std::int32_t x = aligned ? -static_cast<std::int32_t>(misalignment / 4) : 0;
+  std::uint32_t start[4];
+  SumsBefore<V>(plan, from, x, start);
+  Row row(plan, start);
+  const std::uint8_t* in = from + plan.reach * 4;
+  const std::uint8_t* out = from - (plan.reach + 1) * 4;
+  const V colours = V::Set32(0x00FFFFFF), tops = V::Set32(top);
+  const auto next = [&](std::int32_t at) {
+    return V::Or(V::And(row.Next(V::Load(in + at * 4), V::Load(out + at * 4)), colours), tops);
+  };
+  if (x < 0) {
+    const std::int32_t end = x + V::kPixels < plan.width ? x + V::kPixels : plan.width;
+    CopyPixels<V>(to, next(x), -x, end);
+    x += V::kPixels;
+  }
+  if (aligned && plan.streaming) {
+    for (; x + V::kPixels <= plan.width; x += V::kPixels) next(x).Stream(to + x * 4);
+  } else {
+    for (; x + V::kPixels <= plan.width; x += V::kPixels) next(x).Store(to + x * 4);
+  }
+  if (x < plan.width) CopyPixels<V>(to + x * 4, next(x), 0, plan.width - x);
+}
+
+template <class V>
+PIXMORPH_INLINE void AverageRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from,
+                                std::uint32_t top) {
+  if (!plan.narrow)
+    AverageRowBy<V, WideRow<V>>(plan, to, from, top);
+  else if (plan.shift)
+    AverageRowBy<V, NarrowRow<V, true>>(plan, to, from, top);
+  else
+    AverageRowBy<V, NarrowRow<V, false>>(plan, to, from, top);
+}
+
+template <class V>
+struct BlurOver {
+  static void StartSums(const BlurPlan& plan, void* sums) { kernels::StartSums<V>(plan, sums); }
+  static void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
+    kernels::AddRow<V>(plan, sums, row, times);
+  }
+  static void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
+                             const std::uint8_t* leaving) {
+    kernels::AverageColumns<V>(plan, to, sums, entering, leaving);
+  }
+  static void AverageRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from,
+                         std::uint32_t top) {
+    kernels::AverageRow<V>(plan, to, from, top);
+  }
+  static constexpr BlurKernels kTable = {StartSums, AddRow, AverageColumns, AverageRow};
+};
+
+}  // namespace
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_BLUR_SIMD_H_

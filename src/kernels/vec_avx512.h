@@ -1,0 +1,96 @@
+#ifndef PIXMORPH_KERNELS_VEC_AVX512_H_
+#define PIXMORPH_KERNELS_VEC_AVX512_H_
+
+// The compiler's own header leaves "undefined" vectors uninitialised and is then warned about them.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+
+#include <cstdint>
+
+#include "support/numeric.h"
+
+// 64 bytes with AVX-512 (F, BW, DQ, VL, VBMI, VNNI).
+namespace pixmorph::kernels {
+namespace {
+
+struct VecAvx512 {
+  using Self = VecAvx512;
+  static constexpr int kBytes = 64;
+  static constexpr int kPixels = kBytes / 4;
+  __m512i r;
+
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
+
+  PIXMORPH_OP Load(const std::uint8_t* p) { return {_mm512_loadu_si512(p)}; }
+  PIXMORPH_OP LoadAligned(const std::uint8_t* p) { return {_mm512_load_si512(p)}; }
+  PIXMORPH_INLINE_MEMBER void Store(std::uint8_t* p) const { _mm512_storeu_si512(p, r); }
+  PIXMORPH_INLINE_MEMBER void StoreAligned(std::uint8_t* p) const { _mm512_store_si512(p, r); }
+  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER void Stream(std::uint8_t* p) const {
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(p), r);
+  }
+
+  PIXMORPH_OP Zero() { return {_mm512_setzero_si512()}; }
+  PIXMORPH_OP Set16(std::int16_t v) { return {_mm512_set1_epi16(v)}; }
+  PIXMORPH_OP Set32(std::uint32_t v) { return {_mm512_set1_epi32(static_cast<int>(v))}; }
+  PIXMORPH_OP Set64(std::uint64_t v) { return {_mm512_set1_epi64(static_cast<long long>(v))}; }
+
+  PIXMORPH_OP And(Self a, Self b) { return {_mm512_and_si512(a.r, b.r)}; }
+  PIXMORPH_OP Or(Self a, Self b) { return {_mm512_or_si512(a.r, b.r)}; }
+  PIXMORPH_OP Add16(Self a, Self b) { return {_mm512_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Add32(Self a, Self b) { return {_mm512_add_epi32(a.r, b.r)}; }
+  PIXMORPH_OP MulHigh16(Self a, Self b) { return {_mm512_mulhi_epu16(a.r, b.r)}; }
+  PIXMORPH_OP MulLow16(Self a, Self b) { return {_mm512_mullo_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MaddPairs16(Self a, Self b) { return {_mm512_madd_epi16(a.r, b.r)}; }
+  // 64-bit products of the even 32-bit lanes.
+  PIXMORPH_OP MulEven32(Self a, Self b) { return {_mm512_mul_epu32(a.r, b.r)}; }
+  PIXMORPH_OP ShiftRight16(Self a, int n) { return {_mm512_srl_epi16(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftRight32(Self a, int n) { return {_mm512_srl_epi32(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftRight64(Self a, int n) { return {_mm512_srl_epi64(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftLeft32(Self a, int n) { return {_mm512_sll_epi32(a.r, _mm_cvtsi32_si128(n))}; }
+
+  // Within each 16 bytes: the bytes of the first or the last two pixels as 16-bit numbers, and back.
+  PIXMORPH_OP UnpackLow8(Self a) { return {_mm512_unpacklo_epi8(a.r, Zero().r)}; }
+  PIXMORPH_OP UnpackHigh8(Self a) { return {_mm512_unpackhi_epi8(a.r, Zero().r)}; }
+  PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm512_packus_epi16(lo.r, hi.r)}; }
+
+  // 64-bit sums of eight bytes each.
+  PIXMORPH_OP SumBytes(Self a) { return {_mm512_sad_epu8(a.r, Zero().r)}; }
+
+  // a - b, unpacked.
+  PIXMORPH_INLINE_MEMBER static void Subtract8(Self a, Self b, Self* lo, Self* hi) {
+    const Self signs = Set16(static_cast<std::int16_t>(0xFF01));  // 1 and -1
+    lo->r = _mm512_maddubs_epi16(_mm512_unpacklo_epi8(a.r, b.r), signs.r);
+    hi->r = _mm512_maddubs_epi16(_mm512_unpackhi_epi8(a.r, b.r), signs.r);
+  }
+
+  // Within each 16 bytes of two unpacked pixels: the first one moved to the second place, behind zeros; the
+  // second one in both places.
+  PIXMORPH_OP ShiftUpPixel16(Self a) { return {_mm512_bslli_epi128(a.r, 8)}; }
+  PIXMORPH_OP LastPixel16(Self a) { return {_mm512_unpackhi_epi64(a.r, a.r)}; }
+
+  // Products below 2^32.
+  PIXMORPH_OP MulSmall32(Self a, Self b) { return {_mm512_mullo_epi32(a.r, b.r)}; }
+
+  // Sum of the even 32-bit lanes.
+  PIXMORPH_INLINE_MEMBER static std::uint32_t SumEven32(Self a) {
+    return static_cast<std::uint32_t>(_mm512_reduce_add_epi64(a.r));
+  }
+
+  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
+  PIXMORPH_OP SumOfEarlierGroups16(Self a) {
+    const __m512i one = _mm512_alignr_epi64(a.r, Zero().r, 6);
+    const __m512i two = _mm512_add_epi16(one, _mm512_alignr_epi64(one, Zero().r, 6));
+    return {_mm512_add_epi16(two, _mm512_alignr_epi64(two, Zero().r, 4))};
+  }
+  PIXMORPH_OP LastGroup(Self a) { return {_mm512_shuffle_i64x2(a.r, a.r, 0xFF)}; }
+#undef PIXMORPH_OP
+};
+
+}  // namespace
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_VEC_AVX512_H_

@@ -1,0 +1,93 @@
+#ifndef PIXMORPH_KERNELS_VEC_SSE41_H_
+#define PIXMORPH_KERNELS_VEC_SSE41_H_
+
+#include <smmintrin.h>
+
+#include <cstdint>
+
+#include "support/numeric.h"
+
+// 16 bytes with SSE4.1.
+namespace pixmorph::kernels {
+namespace {
+
+struct VecSse41 {
+  using Self = VecSse41;
+  static constexpr int kBytes = 16;
+  static constexpr int kPixels = kBytes / 4;
+  __m128i r;
+
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
+
+  PIXMORPH_OP Load(const std::uint8_t* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
+  PIXMORPH_OP LoadAligned(const std::uint8_t* p) {
+    return {_mm_load_si128(reinterpret_cast<const __m128i*>(p))};
+  }
+  PIXMORPH_INLINE_MEMBER void Store(std::uint8_t* p) const {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), r);
+  }
+  PIXMORPH_INLINE_MEMBER void StoreAligned(std::uint8_t* p) const {
+    _mm_store_si128(reinterpret_cast<__m128i*>(p), r);
+  }
+  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER void Stream(std::uint8_t* p) const {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), r);
+  }
+
+  PIXMORPH_OP Zero() { return {_mm_setzero_si128()}; }
+  PIXMORPH_OP Set16(std::int16_t v) { return {_mm_set1_epi16(v)}; }
+  PIXMORPH_OP Set32(std::uint32_t v) { return {_mm_set1_epi32(static_cast<int>(v))}; }
+  PIXMORPH_OP Set64(std::uint64_t v) { return {_mm_set1_epi64x(static_cast<long long>(v))}; }
+
+  PIXMORPH_OP And(Self a, Self b) { return {_mm_and_si128(a.r, b.r)}; }
+  PIXMORPH_OP Or(Self a, Self b) { return {_mm_or_si128(a.r, b.r)}; }
+  PIXMORPH_OP Add16(Self a, Self b) { return {_mm_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Add32(Self a, Self b) { return {_mm_add_epi32(a.r, b.r)}; }
+  PIXMORPH_OP MulHigh16(Self a, Self b) { return {_mm_mulhi_epu16(a.r, b.r)}; }
+  PIXMORPH_OP MulLow16(Self a, Self b) { return {_mm_mullo_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MaddPairs16(Self a, Self b) { return {_mm_madd_epi16(a.r, b.r)}; }
+  // 64-bit products of the even 32-bit lanes.
+  PIXMORPH_OP MulEven32(Self a, Self b) { return {_mm_mul_epu32(a.r, b.r)}; }
+  PIXMORPH_OP ShiftRight16(Self a, int n) { return {_mm_srl_epi16(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftRight32(Self a, int n) { return {_mm_srl_epi32(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftRight64(Self a, int n) { return {_mm_srl_epi64(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftLeft32(Self a, int n) { return {_mm_sll_epi32(a.r, _mm_cvtsi32_si128(n))}; }
+
+  // Within each 16 bytes: the bytes of the first or the last two pixels as 16-bit numbers, and back.
+  PIXMORPH_OP UnpackLow8(Self a) { return {_mm_unpacklo_epi8(a.r, Zero().r)}; }
+  PIXMORPH_OP UnpackHigh8(Self a) { return {_mm_unpackhi_epi8(a.r, Zero().r)}; }
+  PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm_packus_epi16(lo.r, hi.r)}; }
+
+  // 64-bit sums of eight bytes each.
+  PIXMORPH_OP SumBytes(Self a) { return {_mm_sad_epu8(a.r, Zero().r)}; }
+
+  // a - b, unpacked.
+  PIXMORPH_INLINE_MEMBER static void Subtract8(Self a, Self b, Self* lo, Self* hi) {
+    const Self signs = Set16(static_cast<std::int16_t>(0xFF01));  // 1 and -1
+    lo->r = _mm_maddubs_epi16(_mm_unpacklo_epi8(a.r, b.r), signs.r);
+    hi->r = _mm_maddubs_epi16(_mm_unpackhi_epi8(a.r, b.r), signs.r);
+  }
+
+  // Within each 16 bytes of two unpacked pixels: the first one moved to the second place, behind zeros; the
+  // second one in both places.
+  PIXMORPH_OP ShiftUpPixel16(Self a) { return {_mm_slli_si128(a.r, 8)}; }
+  PIXMORPH_OP LastPixel16(Self a) { return {_mm_unpackhi_epi64(a.r, a.r)}; }
+
+  // Products below 2^32.
+  PIXMORPH_OP MulSmall32(Self a, Self b) { return {_mm_mullo_epi32(a.r, b.r)}; }
+
+  // Sum of the even 32-bit lanes.
+  PIXMORPH_INLINE_MEMBER static std::uint32_t SumEven32(Self a) {
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(a.r, _mm_srli_si128(a.r, 8))));
+  }
+
+  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
+  PIXMORPH_OP SumOfEarlierGroups16(Self) { return Zero(); }
+  PIXMORPH_OP LastGroup(Self a) { return a; }
+#undef PIXMORPH_OP
+};
+
+}  // namespace
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_VEC_SSE41_H_
