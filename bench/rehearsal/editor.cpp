@@ -6,6 +6,8 @@
 namespace pixmorph {
 
 PictureEditor::~PictureEditor() { PictureEditor::clear(); }
+PictureReader::~PictureReader() {}
+PictureWriter::~PictureWriter() {}
 
 void PictureEditor::clear() {
   if (picture) rehearsal::Release(picture);
