@@ -10,7 +10,10 @@
 
 namespace pixmorph {
 
+// Out of line, so that the three virtual tables are built here once.
 PictureEditor::~PictureEditor() { clear(); }
+PictureReader::~PictureReader() = default;
+PictureWriter::~PictureWriter() = default;
 
 void PictureEditor::clear() {
   if (pixbuf && _gdk_pixbuf_unref) _gdk_pixbuf_unref(pixbuf);

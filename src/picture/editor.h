@@ -107,6 +107,7 @@ class PictureEditor {
 // Reads a source picture.
 class PictureReader : public PictureEditor {
  public:
+  ~PictureReader() override;
   // [calls host]
   bool GetPictureReader(REALpictureStruct* source) { return GetPictureEditor(source, 1, 0); }
 };
@@ -115,6 +116,7 @@ class PictureReader : public PictureEditor {
 // lets go of what the writer held before. A picture that the runtime makes smaller than asked for is refused.
 class PictureWriter : public PictureEditor {
  public:
+  ~PictureWriter() override;
   // A new plain picture, sides 1 .. 32767. [calls host]
   bool NewPictureWriter(int newWidth, int newHeight);
   // A new picture with an alpha channel, sides 1 and up. [calls host]
