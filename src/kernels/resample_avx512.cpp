@@ -1,7 +1,269 @@
+// Unmasked intrinsics pass an operand that the compiler's own headers leave uninitialised, and it warns of
+// that.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
+#include <immintrin.h>
+
 #include "kernels/resample_kernel.h"
 
+// Slots hold four intermediate rows woven together: 16 bytes a pixel, channel by channel, each with the bytes
+// of the four rows. So one 32-bit word is a quad of vertical taps, and no byte is moved between the two
+// passes.
 namespace pixmorph::kernels {
 
-extern const ResampleKernels kResampleAvx512 = {ref::ResampleAlongRow, ref::ResampleAlongColumns};
+namespace {
+
+constexpr std::int32_t kSlotPixels = 16;  // slots are padded to a multiple of this many pixels
+constexpr __mmask16 kColours = 0x7777;    // of four pixels with four words each; the top byte is nobody's
+using Bytes16 = __m128i;
+
+PIXMORPH_INLINE __m512i Load(const void* p) { return _mm512_loadu_si512(p); }
+
+PIXMORPH_INLINE __m512i Broadcast(const std::int32_t* p) { return _mm512_set1_epi32(*p); }
+
+// The three digits' sums of one list over `quads` quads that lie `stride` bytes apart, put together.
+PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::int32_t stride, const std::int32_t* digits,
+                                  std::int32_t quads, std::int32_t bias) {
+  __m512i high = _mm512_setzero_si512(), middle = high, low = _mm512_set1_epi32(bias);
+  for (std::int32_t q = 0; q < quads; ++q, source += stride, digits += 3) {
+    const __m512i bytes = Load(source);
+    high = _mm512_dpbusd_epi32(high, bytes, Broadcast(digits));
+    middle = _mm512_dpbusd_epi32(middle, bytes, Broadcast(digits + 1));
+    low = _mm512_dpbusd_epi32(low, bytes, Broadcast(digits + 2));
+  }
+  const __m512i upper = _mm512_add_epi32(_mm512_slli_epi32(high, 16), _mm512_slli_epi32(middle, 8));
+  return _mm512_add_epi32(upper, low);
+}
+
+struct Rounding {
+  __m128i up;    // 32 - fractionBits: leaves the fraction alone
+  __m128i down;  // fractionBits
+  __m512i threshold;
+
+  PIXMORPH_INLINE_MEMBER explicit Rounding(const QuadAxis& axis)
+      : up(_mm_cvtsi32_si128(32 - axis.fractionBits)),
+        down(_mm_cvtsi32_si128(axis.fractionBits)),
+        threshold(_mm512_set1_epi32(static_cast<std::int32_t>(axis.threshold))) {}
+
+  // The samples whose fraction is too small to be sure.
+  PIXMORPH_INLINE_MEMBER __mmask16 Unsure(__m512i sums) const {
+    return _mm512_mask_cmplt_epu32_mask(kColours, _mm512_sll_epi32(sums, up), threshold);
+  }
+  PIXMORPH_INLINE_MEMBER __m512i Whole(__m512i sums) const { return _mm512_sra_epi32(sums, down); }
+};
+
+// Four vectors of words to bytes, clamped: lane l of the result has lane l of each.
+PIXMORPH_INLINE __m512i Narrow(__m512i a, __m512i b, __m512i c, __m512i d) {
+  return _mm512_packus_epi16(_mm512_packs_epi32(a, b), _mm512_packs_epi32(c, d));
+}
+
+// The four channels of one pixel as the plain evaluation gives them. Products of a float and a byte are exact
+// in double, so a fused multiply-add rounds exactly where the plain sum does.
+class PlainSum {
+ public:
+  PIXMORPH_INLINE_MEMBER PlainSum() : sum_(_mm256_setzero_pd()) {}
+  PIXMORPH_INLINE_MEMBER void Add(float weight, __m128i channels) {
+    sum_ = _mm256_fmadd_pd(_mm256_set1_pd(static_cast<double>(weight)), _mm256_cvtepi32_pd(channels), sum_);
+  }
+  // As one 32-bit pixel.
+  PIXMORPH_INLINE_MEMBER std::uint32_t Pixel(float weightSum) const {
+    const __m256d quotient = _mm256_div_pd(sum_, _mm256_set1_pd(static_cast<double>(weightSum)));
+    const __m128i whole = _mm256_cvttpd_epi32(_mm256_add_pd(quotient, _mm256_set1_pd(0.5)));
+    const __m128i words = _mm_packs_epi32(whole, whole);
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+  }
+
+ private:
+  __m256d sum_;
+};
+
+// Output columns i .. i + 3 of one batch again, where `unsure` has a bit: 16 bits a column, four a row.
+__attribute__((noinline)) void RedoColumns(const FusedPlan& plan, const std::uint8_t* const* rows,
+                                           std::int32_t i, std::uint64_t unsure, std::uint8_t* slot) {
+  const AxisWeights& exact = plan.rowQuads.exact;
+  for (std::int32_t n = 0; n < 16; ++n, unsure >>= 4) {
+    if ((unsure & 0xF) == 0) continue;
+    const std::int32_t column = i + n / 4 < exact.count ? i + n / 4 : exact.count - 1;
+    const WeightList& list = exact.lists[column];
+    const WeightBlock& block = exact.blocks[list.block];
+    const float* const weights = exact.weights + block.offset;
+    const std::uint8_t* pixel = rows[n % 4] + 4 * static_cast<std::ptrdiff_t>(list.first);
+    PlainSum sum;
+    for (std::int32_t t = 0; t < block.count; ++t, pixel += 4)
+      sum.Add(weights[t], _mm_cvtepu8_epi32(_mm_loadu_si32(pixel)));
+    const std::uint32_t result = sum.Pixel(block.sum);
+    std::uint8_t* const out = slot + 16 * static_cast<std::ptrdiff_t>(i + n / 4) + n % 4;
+    for (std::int32_t c = 0; c < 4; ++c) out[4 * c] = static_cast<std::uint8_t>(result >> (8 * c));
+  }
+}
+
+// Output pixels of row r again, where `unsure` has one of a pixel's four bits; `slots` and `out` are at the
+// first.
+__attribute__((noinline)) void RedoPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
+                                          std::uint64_t unsure, std::uint8_t* out, std::uint32_t top) {
+  const AxisWeights& exact = plan.columnQuads.exact;
+  const WeightList& list = exact.lists[r];
+  const WeightBlock& block = exact.blocks[list.block];
+  const float* const weights = exact.weights + block.offset;
+  for (std::int32_t x = 0; unsure != 0; ++x, unsure >>= 4, slots += 16) {
+    if ((unsure & 0xF) == 0) continue;
+    PlainSum sum;
+    for (std::int32_t t = 0; t < block.count; ++t) {
+      const std::int32_t row = list.first % 4 + t;
+      const __m128i quad =
+          _mm_loadu_si128(reinterpret_cast<const Bytes16*>(slots + row / 4 * plan.slotBytes));
+      const __m128i bytes = _mm_srl_epi32(quad, _mm_cvtsi32_si128(row % 4 * 8));
+      sum.Add(weights[t], _mm_and_si128(bytes, _mm_set1_epi32(0xFF)));
+    }
+    const std::uint32_t result = (sum.Pixel(block.sum) & 0x00FFFFFFu) | top;
+    _mm_storeu_si32(out + 4 * x, _mm_cvtsi32_si128(static_cast<std::int32_t>(result)));
+  }
+}
+
+PIXMORPH_INLINE std::uint64_t Together(__mmask16 a, __mmask16 b, __mmask16 c, __mmask16 d) {
+  return _cvtmask64_u64(_mm512_kunpackd(_mm512_kunpackw(d, c), _mm512_kunpackw(b, a)));
+}
+
+// Four rows of source pixels to quads: 64 bytes for four pixels, 16 a row, channel by channel.
+void WeaveSource(const std::uint8_t* const* rows, std::int32_t pixels, std::uint8_t* out) {
+  const __m512i byChannel =
+      _mm512_broadcast_i32x4(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+  for (std::int32_t x = 0; x < pixels; x += 16, out += 256) {
+    const std::int32_t rest = pixels - x;
+    const auto inside = static_cast<__mmask16>(rest < 16 ? (1u << rest) - 1 : 0xFFFFu);
+    const std::ptrdiff_t at = 4 * static_cast<std::ptrdiff_t>(x);
+    const __m512i a = _mm512_maskz_loadu_epi32(inside, rows[0] + at),
+                  b = _mm512_maskz_loadu_epi32(inside, rows[1] + at);
+    const __m512i c = _mm512_maskz_loadu_epi32(inside, rows[2] + at),
+                  d = _mm512_maskz_loadu_epi32(inside, rows[3] + at);
+    const __m512i ab02 = _mm512_shuffle_i32x4(a, b, 0x88), ab13 = _mm512_shuffle_i32x4(a, b, 0xDD);
+    const __m512i cd02 = _mm512_shuffle_i32x4(c, d, 0x88), cd13 = _mm512_shuffle_i32x4(c, d, 0xDD);
+    const __m512i quads[4] = {_mm512_shuffle_i32x4(ab02, cd02, 0x88), _mm512_shuffle_i32x4(ab13, cd13, 0x88),
+                              _mm512_shuffle_i32x4(ab02, cd02, 0xDD), _mm512_shuffle_i32x4(ab13, cd13, 0xDD)};
+    for (int q = 0; q < 4; ++q) _mm512_store_si512(out + 64 * q, _mm512_shuffle_epi8(quads[q], byChannel));
+  }
+}
+
+// kQuads 0: as many as the axis says.
+template <std::int32_t kQuads>
+void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, const std::uint8_t* source,
+                std::uint8_t* slot) {
+  const QuadAxis& axis = plan.rowQuads;
+  const std::int32_t quads = kQuads ? kQuads : axis.widest;
+  const Rounding rounding(axis);
+  // Word n of the result takes byte n of each lane, which are the four rows.
+  const __m512i weave = _mm512_add_epi32(
+      _mm512_set1_epi32(0x30201000),
+      _mm512_mullo_epi32(_mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15),
+                         _mm512_set1_epi32(0x01010101)));
+  const QuadList* list = axis.lists;
+  for (std::int32_t i = 0; i < axis.exact.count; i += 4, list += 4) {
+    __m512i whole[4];
+    __mmask16 unsure[4];
+    for (int n = 0; n < 4; ++n) {
+      const __m512i sums = DigitSums(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
+                                     axis.digits + list[n].words, quads, list[n].bias);
+      unsure[n] = rounding.Unsure(sums);
+      whole[n] = rounding.Whole(sums);
+    }
+    const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
+    _mm512_store_si512(slot + 16 * static_cast<std::ptrdiff_t>(i), _mm512_permutexvar_epi8(weave, bytes));
+    const std::uint64_t all = Together(unsure[0], unsure[1], unsure[2], unsure[3]);
+    if (__builtin_expect(all != 0, 0)) RedoColumns(plan, rows, i, all, slot);
+  }
+}
+
+void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
+               std::uint8_t* slot) {
+  WeaveSource(rows, plan.rowQuads.exact.sourceLength, scratch);
+  switch (plan.rowQuads.widest) {
+    case 1:
+      return SumColumns<1>(plan, rows, scratch, slot);
+    case 2:
+      return SumColumns<2>(plan, rows, scratch, slot);
+    case 3:
+      return SumColumns<3>(plan, rows, scratch, slot);
+    case 4:
+      return SumColumns<4>(plan, rows, scratch, slot);
+    case 5:
+      return SumColumns<5>(plan, rows, scratch, slot);
+    default:
+      return SumColumns<0>(plan, rows, scratch, slot);
+  }
+}
+
+template <std::int32_t kQuads>
+void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
+               std::uint32_t top) {
+  const QuadAxis& axis = plan.columnQuads;
+  const QuadList& list = axis.lists[r];
+  const std::int32_t quads = kQuads ? kQuads : list.quads;
+  const auto stride = static_cast<std::int32_t>(plan.slotBytes);
+  const std::int32_t* const digits = axis.digits + list.words;
+  const Rounding rounding(axis);
+  const __m512i inOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+  const std::int32_t width = plan.rowQuads.exact.count;
+  for (std::int32_t x = 0; x < width; x += 16, slots += 256) {
+    __m512i whole[4];
+    __mmask16 unsure[4];
+    for (int n = 0; n < 4; ++n) {
+      const __m512i sums = DigitSums(slots + 64 * n, stride, digits, quads, list.bias);
+      unsure[n] = rounding.Unsure(sums);
+      whole[n] = rounding.Whole(sums);
+    }
+    const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
+    const __m512i pixels = _mm512_permutexvar_epi32(inOrder, bytes);
+    const __m512i written = _mm512_ternarylogic_epi32(
+        pixels, _mm512_set1_epi32(0x00FFFFFF), _mm512_set1_epi32(static_cast<std::int32_t>(top)), 0xEA);
+    std::uint64_t all = Together(unsure[0], unsure[1], unsure[2], unsure[3]);
+    std::uint8_t* const at = out + 4 * static_cast<std::ptrdiff_t>(x);
+    const std::int32_t rest = width - x;
+    if (rest >= 16) {
+      _mm512_storeu_si512(at, written);
+    } else {
+      _mm512_mask_storeu_epi32(at, static_cast<__mmask16>((1u << rest) - 1), written);
+      all &= (std::uint64_t{1} << (4 * rest)) - 1;
+    }
+    if (__builtin_expect(all != 0, 0)) RedoPixels(plan, r, slots, all, at, top);
+  }
+}
+
+void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
+                  std::uint32_t top) {
+  switch (plan.columnQuads.lists[r].quads) {
+    case 1:
+      return SumPixels<1>(plan, r, slots, out, top);
+    case 2:
+      return SumPixels<2>(plan, r, slots, out, top);
+    case 3:
+      return SumPixels<3>(plan, r, slots, out, top);
+    case 4:
+      return SumPixels<4>(plan, r, slots, out, top);
+    default:
+      return SumPixels<0>(plan, r, slots, out, top);
+  }
+}
+
+std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
+  return ByteSize(QuadsBytes(row)).Plus(QuadsBytes(column)).Bytes();
+}
+
+bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
+  if (!PackQuads(row, true, memory, plan.rowQuads)) return false;
+  if (!PackQuads(column, false, static_cast<std::uint8_t*>(memory) + QuadsBytes(row), plan.columnQuads))
+    return false;
+  plan.alongRows = AlongRows;
+  plan.alongColumns = AlongColumns;
+  plan.batchRows = 4;
+  plan.slotBytes = (row.count + kSlotPixels - 1) / kSlotPixels * kSlotPixels * std::int64_t{16};
+  plan.scratchBytes = (row.sourceLength + 15) / 16 * std::int64_t{256};
+  return true;
+}
+
+}  // namespace
+
+extern const ResampleKernels kResampleAvx512 = {ref::ResampleAlongRow, ref::ResampleAlongColumns, PlanBytes,
+                                                Plan};
 
 }  // namespace pixmorph::kernels

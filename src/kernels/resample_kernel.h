@@ -5,6 +5,8 @@
 
 #include "kernels/contribution.h"
 #include "kernels/pixel_layout.h"
+#include "kernels/resample_quads.h"
+#include "kernels/resample_weights.h"
 
 // Filtered resampling: weighted sums along a row, then along the columns of an 8-bit intermediate.
 namespace pixmorph::kernels {
@@ -20,6 +22,10 @@ std::uint8_t ResampledChannel(double sum, float weightSum);
 void ResampleAlongRow(std::uint32_t* out, const ContributionList* lists, std::int32_t count,
                       const std::uint8_t* source, PixelLayout layout);
 
+// The same from gathered weights. [pure]
+void ResampleAlongRow(std::uint32_t* out, const AxisWeights& axis, const std::uint8_t* source,
+                      PixelLayout layout);
+
 // One row of the result: `width` pixels in `layout` from one list over the rows of the intermediate, which is
 // `width` words wide. A list without entries counts as empty. [pure]
 void ResampleAlongColumns(std::uint8_t* out, PixelLayout layout, const ContributionList& list,
@@ -27,11 +33,37 @@ void ResampleAlongColumns(std::uint8_t* out, PixelLayout layout, const Contribut
 
 }  // namespace ref
 
+// The two passes woven into one. Source rows go in by batches, in order; each batch becomes one slot of
+// intermediate rows. An output row needs the slots of the batches in which its list's first to last source
+// row lie, contiguous in memory and in order.
+struct FusedPlan {
+  // One slot from `batchRows` rows of 32-bit source pixels, of which exactly the pixels are read. Behind the
+  // source's last row any row may stand in. `scratch` and `slot` are aligned to 64 bytes.
+  void (*alongRows)(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
+                    std::uint8_t* slot);
+  // Output row r, exactly its 32-bit pixels, with the top byte `top` (0 or 0xFF000000). `slots` is the first
+  // slot that it needs.
+  void (*alongColumns)(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
+                       std::uint32_t top);
+  std::int32_t batchRows;
+  std::int64_t slotBytes;     // a multiple of 64
+  std::int64_t scratchBytes;  // a multiple of 64
+  QuadAxis rowQuads, columnQuads;
+};
+
 struct ResampleKernels {
+  // The plain passes of the reference.
   void (*alongRow)(std::uint32_t* out, const ContributionList* lists, std::int32_t count,
                    const std::uint8_t* source, PixelLayout layout);
   void (*alongColumns)(std::uint8_t* out, PixelLayout layout, const ContributionList& list,
                        const std::uint32_t* intermediate, std::int32_t width);
+
+  // Memory that `plan` needs, in bytes; negative when it has no size. Null pointers: a level with plain
+  // passes only.
+  std::int64_t (*planBytes)(const AxisWeights& row, const AxisWeights& column);
+  // Plans a whole resize into `memory` (planBytes bytes, aligned to 64), which the plan uses as long as it is
+  // used. False when the weights don't suit; the plain passes then have to do it.
+  bool (*plan)(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan);
 };
 
 extern const ResampleKernels kResampleScalar, kResampleSse2, kResampleSse41, kResampleAvx2, kResampleAvx512;

@@ -42,6 +42,19 @@ void ResampleAlongRow(std::uint32_t* out, const ContributionList* lists, std::in
   }
 }
 
+void ResampleAlongRow(std::uint32_t* out, const AxisWeights& axis, const std::uint8_t* source,
+                      PixelLayout layout) {
+  const std::int64_t pixelBytes = BytesPerPixel(layout);
+  for (std::int32_t i = 0; i < axis.count; ++i) {
+    const WeightBlock& block = axis.blocks[axis.lists[i].block];
+    Sums sums;
+    for (std::int32_t t = 0; t < block.count; ++t)
+      sums.Add(axis.weights[block.offset + t],
+               LoadPixel(layout, source + (axis.lists[i].first + t) * pixelBytes));
+    Bgrx0::Store(reinterpret_cast<std::uint8_t*>(out + i), sums.Divided(block.sum));
+  }
+}
+
 void ResampleAlongColumns(std::uint8_t* out, PixelLayout layout, const ContributionList& list,
                           const std::uint32_t* intermediate, std::int32_t width) {
   const std::int64_t pixelBytes = BytesPerPixel(layout);
@@ -58,6 +71,7 @@ void ResampleAlongColumns(std::uint8_t* out, PixelLayout layout, const Contribut
 
 }  // namespace ref
 
-extern const ResampleKernels kResampleScalar = {ref::ResampleAlongRow, ref::ResampleAlongColumns};
+extern const ResampleKernels kResampleScalar = {ref::ResampleAlongRow, ref::ResampleAlongColumns, nullptr,
+                                                nullptr};
 
 }  // namespace pixmorph::kernels

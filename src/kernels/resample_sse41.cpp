@@ -2,6 +2,7 @@
 
 namespace pixmorph::kernels {
 
-extern const ResampleKernels kResampleSse41 = {ref::ResampleAlongRow, ref::ResampleAlongColumns};
+extern const ResampleKernels kResampleSse41 = {ref::ResampleAlongRow, ref::ResampleAlongColumns, nullptr,
+                                               nullptr};
 
 }  // namespace pixmorph::kernels

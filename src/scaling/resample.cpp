@@ -6,6 +6,7 @@
 #include "runtime/yield.h"
 #include "scaling/contributions.h"
 #include "scaling/filters.h"
+#include "scaling/fused_resample.h"
 #include "support/numeric.h"
 #include "support/owned.h"
 
@@ -27,12 +28,14 @@ class Resampling {
     yield_.YieldPoint();
     table_.Build(filter_, Axis(width_, reader_.width, true));
     yield_.YieldPoint();
-    AlongRows();
+    fused_ = Readable() && fusedPasses_.KeepRowWeights(table_.Lists(), width_, reader_.width);
+    if (!fused_) AlongRows();
     table_.FreeEntries();
     yield_.YieldPoint();
     if (width_ < height_ && !table_.Allocate(height_)) return Abandon();
     table_.Build(filter_, Axis(height_, reader_.height, false));
     yield_.YieldPoint();
+    if (fused_ && !fusedPasses_.Plan(table_.Lists(), height_, reader_.height)) AlongRowsAfterAll();
     PictureRef result = PictureRef::Adopt(Write());
     ReleaseAll();
     yield_.YieldPoint();
@@ -44,12 +47,31 @@ class Resampling {
     return {static_cast<double>(newLength) / oldLength, oldLength, newLength, horizontal};
   }
 
+  // The layouts that fast kernels know; of others every pixel reads as black.
+  bool Readable() const { return reader_.Layout() != kernels::PixelLayout::kNone; }
+
   void AlongRows() {
     std::uint32_t* out = intermediate_.Get();
     for (std::int32_t k = 0; k < reader_.height; ++k, out += width_) {
       kernels_.alongRow(out, table_.Lists(), width_, reader_.row, reader_.Layout());
       reader_.AddPixelRow();
     }
+  }
+
+  // The plain pass once its lists are gone, where the fused passes turn out not to be possible.
+  void AlongRowsAfterAll() {
+    std::uint32_t* out = intermediate_.Get();
+    for (std::int32_t k = 0; k < reader_.height; ++k, out += width_)
+      kernels::ref::ResampleAlongRow(out, fusedPasses_.RowWeights(), reader_.GetRow(k), reader_.Layout());
+    fused_ = false;
+  }
+
+  void WriteRow(std::int32_t r) {
+    std::uint8_t* const out = writer_.GetRow(r);
+    if (fused_)
+      fusedPasses_.WriteRow(reader_, r, out, writer_.Layout());
+    else
+      kernels_.alongColumns(out, writer_.Layout(), table_.Lists()[r], intermediate_.Get(), width_);
   }
 
   // The result with one reference, or nil when no writer can be had.
@@ -85,6 +107,8 @@ class Resampling {
   PictureWriter writer_;
   WorkBuffer<std::uint32_t> intermediate_;
   ContributionTable table_;
+  FusedResample fusedPasses_;
+  bool fused_ = false;
 };
 
 using Instance = REALpictureStruct* (*)(REALpictureStruct*, std::int32_t, std::int32_t, std::int32_t);
@@ -97,8 +121,8 @@ constexpr Instance kInstances[] = {
 
 #define PIXMORPH_INSTANCE(name, mode)                                                      \
   REALpictureStruct* name(REALpictureStruct* pic, std::int32_t width, std::int32_t height, \
-                          std::int32_t interval) {                                            \
-    return Resampling(FilterOfMode(mode), width, height, interval).Run(pic);                  \
+                          std::int32_t interval) {                                         \
+    return Resampling(FilterOfMode(mode), width, height, interval).Run(pic);               \
   }
 PIXMORPH_INSTANCE(triangleResampleDouble, 1)
 PIXMORPH_INSTANCE(boxResampleDouble, 2)

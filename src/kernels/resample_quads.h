@@ -1,0 +1,42 @@
+#ifndef PIXMORPH_KERNELS_RESAMPLE_QUADS_H_
+#define PIXMORPH_KERNELS_RESAMPLE_QUADS_H_
+
+#include <cstdint>
+
+#include "kernels/resample_weights.h"
+
+// Weights as fixed-point numbers in three signed bytes, four taps to a word, for instructions that multiply
+// four bytes by four bytes. Taps are grouped by fours counted from sample 0: a quad is samples 4q .. 4q + 3.
+//
+// With v the exact channel value of a list and `sum` the integer the digits give (plus the list's bias),
+//   v + 1/2 lies in (sum - slack, sum] x 2^-fractionBits, slack <= the axis's `threshold`,
+// so that sum >> fractionBits is the rounded channel unless the fraction is below `threshold`; those few
+// samples are to be computed again as plain doubles.
+namespace pixmorph::kernels {
+
+struct QuadList {
+  std::int32_t quad;   // first quad; quad + quads never passes the source's last quad
+  std::int32_t quads;  // 1 or more
+  std::int32_t words;  // index into `digits`: three words per quad, most significant digit first
+  std::int32_t bias;   // where the sum starts
+};
+
+struct QuadAxis {
+  AxisWeights exact;
+  const QuadList* lists;  // as many as `exact` has, then the last repeated up to a multiple of 4
+  const std::int32_t* digits;
+  std::int32_t fractionBits;
+  std::uint32_t threshold;  // of the fraction; moved to the top of a 32-bit word
+  std::int32_t widest;      // quads of the list that has most
+};
+
+// Memory that `PackQuads` needs, in bytes; negative when it has no size. [pure]
+std::int64_t QuadsBytes(const AxisWeights& axis);
+
+// Packs an axis into `memory` (QuadsBytes bytes, aligned to 4). With `uniform` every list gets as many quads
+// as the widest. False when the weights don't suit this form: far too many or far too large.
+bool PackQuads(const AxisWeights& axis, bool uniform, void* memory, QuadAxis& packed);
+
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_RESAMPLE_QUADS_H_

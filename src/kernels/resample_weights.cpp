@@ -1,0 +1,102 @@
+#include "kernels/resample_weights.h"
+
+#include <string.h>
+
+#include "support/numeric.h"
+
+namespace pixmorph::kernels {
+
+namespace {
+
+// A quotient by this sum is never finite, so the samples don't matter. Also true of a list without taps.
+bool AlwaysZero(const ContributionList& list) {
+  const float sum = list.weightSum;
+  return !list.entries || list.count == 0 || sum == 0.0f || sum - sum != 0.0f;
+}
+
+std::int32_t TapSpan(const ContributionList& list) {
+  return AlwaysZero(list) ? 1 : list.entries[list.count - 1].pixel - list.entries[0].pixel + 1;
+}
+
+// Writes the list's weights without gaps; the number written.
+std::int32_t Spread(const ContributionList& list, float* weights) {
+  const std::int32_t span = TapSpan(list);
+  memset(weights, 0, sizeof(float) * static_cast<std::uint32_t>(span));
+  if (AlwaysZero(list)) return span;
+  const std::int32_t first = list.entries[0].pixel;
+  for (std::int32_t t = 0; t < list.count; ++t)
+    weights[list.entries[t].pixel - first] = list.entries[t].weight;
+  return span;
+}
+
+// Finds a block stored before with the same weights. Weights repeat with the period of the resize ratio, so a
+// few hundred remembered blocks find nearly all.
+class KnownBlocks {
+ public:
+  KnownBlocks() { memset(slots_, 0xFF, sizeof slots_); }
+
+  // The number of a block equal to `candidate`, which itself becomes known as `number` when there is none.
+  std::int32_t Find(const WeightBlock* blocks, const float* weights, const WeightBlock& candidate,
+                    std::int32_t number) {
+    std::int32_t& slot = slots_[Hash(weights + candidate.offset, candidate.count) % kSlots];
+    if (slot >= 0 && Same(blocks[slot], weights, candidate)) return slot;
+    return slot = number;
+  }
+
+ private:
+  static constexpr std::uint32_t kSlots = 512;
+
+  static std::uint32_t Hash(const float* weights, std::int32_t count) {
+    std::uint32_t hash = static_cast<std::uint32_t>(count);
+    for (std::int32_t i = 0; i < count; ++i) {
+      std::uint32_t bits;
+      memcpy(&bits, weights + i, sizeof bits);
+      hash = (hash ^ bits) * 0x9E3779B1u;
+      hash ^= hash >> 15;
+    }
+    return hash;
+  }
+
+  static bool Same(const WeightBlock& a, const float* weights, const WeightBlock& b) {
+    return a.count == b.count && memcmp(&a.sum, &b.sum, sizeof a.sum) == 0 &&
+           memcmp(weights + a.offset, weights + b.offset,
+                  sizeof(float) * static_cast<std::uint32_t>(a.count)) == 0;
+  }
+
+  std::int32_t slots_[kSlots];
+};
+
+}  // namespace
+
+std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count) {
+  std::int64_t taps = 0;
+  for (std::int32_t i = 0; i < count; ++i) taps += TapSpan(lists[i]);
+  return ByteSize(count)
+      .Times(sizeof(WeightList) + sizeof(WeightBlock))
+      .Plus(ByteSize(taps).Times(4).Bytes())
+      .Bytes();
+}
+
+AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std::int32_t sourceLength,
+                          void* memory) {
+  auto* const outLists = static_cast<WeightList*>(memory);
+  auto* const blocks = reinterpret_cast<WeightBlock*>(outLists + count);
+  auto* const weights = reinterpret_cast<float*>(blocks + count);
+  KnownBlocks known;
+  std::int32_t blockCount = 0;
+  std::int32_t used = 0;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const bool zero = AlwaysZero(lists[i]);
+    const WeightBlock block = {used, Spread(lists[i], weights + used), zero ? 1.0f : lists[i].weightSum};
+    const std::int32_t number = known.Find(blocks, weights, block, blockCount);
+    // A list that reads nothing may as well stand where its neighbour does.
+    const std::int32_t elsewhere = i > 0 ? outLists[i - 1].first : 0;
+    outLists[i] = {zero ? elsewhere : lists[i].entries[0].pixel, number};
+    if (number != blockCount) continue;
+    blocks[blockCount++] = block;
+    used += block.count;
+  }
+  return {outLists, blocks, weights, count, blockCount, sourceLength};
+}
+
+}  // namespace pixmorph::kernels
