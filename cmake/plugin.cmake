@@ -16,4 +16,7 @@ set_target_properties(pixmorph_plugin PROPERTIES OUTPUT_NAME pixmorph
 target_link_options(pixmorph_plugin PRIVATE
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/src/plugin.map -Wl,-Bsymbolic -Wl,--exclude-libs,ALL
   -Wl,-z,relro,-z,now -Wl,-z,noexecstack -Wl,-z,text -Wl,--hash-style=both -Wl,--gc-sections
-  -shared-libgcc $<$<NOT:$<BOOL:${PIXMORPH_SANITIZE}>>:-Wl,-z,defs>)
+  -shared-libgcc)
+if(NOT PIXMORPH_SANITIZE)
+  target_link_options(pixmorph_plugin PRIVATE -Wl,-z,defs)
+endif()

@@ -31,13 +31,6 @@ bool inside_plugin = false;
 std::uintptr_t image_start = 0;
 std::uintptr_t image_end = 0;
 
-// The plugin holds a handful of buffers at a time; a block beyond the table's end is not watched.
-constexpr std::size_t kMaxBlocks = 4096;
-struct Block {
-  void* address;
-  std::size_t bytes;
-};
-Block blocks[kMaxBlocks];
 std::size_t block_count = 0;
 std::size_t live_bytes = 0;
 std::size_t peak_bytes = 0;
@@ -102,6 +95,14 @@ void __libc_free(void* block);
 namespace {
 
 using namespace standin;
+
+// The plugin holds a handful of buffers at a time; a block beyond the table's end is not watched.
+constexpr std::size_t kMaxBlocks = 4096;
+struct Block {
+  void* address;
+  std::size_t bytes;
+};
+Block blocks[kMaxBlocks];
 
 bool FromPlugin(const void* caller) {
   const auto address = reinterpret_cast<std::uintptr_t>(caller);
