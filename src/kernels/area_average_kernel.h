@@ -41,6 +41,28 @@ constexpr std::int32_t kAreaRowsAtOnce = 4;
 // Elements by which rows of sums must be longer than their contents: vector loads run over the end.
 constexpr std::int32_t kAreaSumPadding = 64;
 
+// floor(s / pixels) for the sum s of a box of 1 .. kAreaRowsIn16Bits bytes: the upper 16 bits of
+// (s + bias) × multiplier, shifted right. With P = 2^(16 + shift) and c the number of pixels, 2^15 <= P / c <
+// 2^16: rounded up, m = (P + e) / c, and (qc + c − 1) m < (q + 1) P holds for q <= 254 as long as 255 e < m;
+// rounded down with bias 1, m = (P − r) / c, and (qc + 1) m >= q P as long as 255 r <= m. e + r is c, so that
+// the smaller one is at most 128, and 255 × 128 < 2^15 <= m: one of the two always serves. The bias never
+// overflows, since 257 itself needs none (e is 1).
+struct AreaDivisor {
+  std::uint16_t bias, multiplier;
+  std::int32_t shift;
+};
+
+// [pure]
+PIXMORPH_INLINE AreaDivisor MakeAreaDivisor(std::int32_t pixels) {
+  if (pixels == 1) return {1, 0xFFFF, 0};
+  const auto c = static_cast<std::uint32_t>(pixels);
+  const std::int32_t shift = 31 - __builtin_clz(c - 1);
+  const std::uint32_t power = 1u << (16 + shift);
+  const std::uint32_t rest = power % c;
+  if (rest == 0 || 2 * rest > c) return {0, static_cast<std::uint16_t>((power + c - 1) / c), shift};
+  return {1, static_cast<std::uint16_t>(power / c), shift};
+}
+
 // How one row of boxes is averaged.
 struct AreaColumns {
   const std::int32_t* starts;  // first element (not pixel) of each box in the row of sums
@@ -49,6 +71,7 @@ struct AreaColumns {
   std::int32_t step;           // elements from one source pixel to the next: 4, or 3 (red, green, blue)
   std::int32_t boxPixels;      // box width × box height: what sums are divided by
   std::uint32_t top;           // the top byte of every new pixel: 0 or 0xFF000000
+  AreaDivisor divisor;         // of boxPixels where that is at most kAreaRowsIn16Bits
 };
 
 // Any alignment of pixels; counts >= 0. Pixels are read and written exactly as counted, nothing beside them;
@@ -66,6 +89,11 @@ struct AreaAverageKernels {
   void (*averageSmall)(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
   void (*averageLarge)(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
   void (*averageTotals)(std::uint8_t* out, const std::uint32_t* totals, const AreaColumns& columns);
+  // New pixels straight from 1 .. kAreaRowsAtOnce rows of 32-bit pixels, for boxes side by side (box i starts
+  // at pixel i × boxWidth), where `canTile` says so.
+  bool (*canTile)(std::int32_t boxWidth, std::int32_t boxHeight);
+  void (*averageTiles)(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                       const AreaColumns& columns);
   // out[i] = 32-bit pixel starts[i] of `row`, with its top byte replaced by `top`. `starts` never falls and
   // rises by at most 1 from one entry to the next; the row has starts[count - 1] + 1 pixels.
   void (*repeatPixels)(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,
@@ -88,6 +116,9 @@ void AddRows(std::uint16_t* sums, const std::uint8_t* const* rows, std::int32_t 
 void AddSums(std::uint32_t* totals, const std::uint16_t* sums, std::int32_t count, bool first);
 void AverageSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
 void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaColumns& columns);
+bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight);
+void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                  const AreaColumns& columns);
 void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
                   std::uint32_t top);
 void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount);

@@ -71,6 +71,24 @@ void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaCol
   Average(out, totals, columns);
 }
 
+bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight) {
+  return boxWidth <= kAreaRowsAtOnce && boxHeight <= kAreaRowsAtOnce;
+}
+
+void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                  const AreaColumns& columns) {
+  for (std::int32_t x = 0; x < columns.count * 4; x += 4) {
+    for (std::int32_t channel = 0; channel < 3; ++channel) {
+      std::int32_t sum = 0;
+      for (std::int32_t r = 0; r < rowCount; ++r)
+        for (std::int32_t i = 0; i < columns.boxWidth; ++i)
+          sum += rows[r][x * columns.boxWidth + i * 4 + channel];
+      out[x + channel] = static_cast<std::uint8_t>(sum / columns.boxPixels);
+    }
+    out[x + 3] = static_cast<std::uint8_t>(columns.top >> 24);
+  }
+}
+
 void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
                   std::uint32_t top) {
   for (std::int32_t x = 0; x < count; ++x, out += 4) {
@@ -85,8 +103,8 @@ void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount)
 
 }  // namespace ref
 
-const AreaAverageKernels kAreaAverageScalar = {ref::AddRows,     ref::AddSums,       ref::AverageSums,
-                                               ref::AverageSums, ref::AverageTotals, ref::RepeatPixels,
-                                               ref::CopyRow};
+const AreaAverageKernels kAreaAverageScalar = {ref::AddRows,      ref::AddSums,       ref::AverageSums,
+                                               ref::AverageSums,  ref::AverageTotals, ref::CanTile,
+                                               ref::AverageTiles, ref::RepeatPixels,  ref::CopyRow};
 
 }  // namespace pixmorph::kernels

@@ -26,9 +26,11 @@ AreaRows::AreaRows(const SourcePixels& source, PixelLayout outLayout, std::int32
       repeats_(across_.box == 1 && down_.box == 1),
       keepsRow_(newHeight > source.height || outLayout == PixelLayout::kRgb24),
       streams_(std::int64_t{newWidth} * newHeight * 4 >= kStreamFrom),
-      totals32_(down_.box > kAreaRowsIn16Bits) {
+      totals32_(down_.box > kAreaRowsIn16Bits),
+      tiles_(step_ == 4 && across_.box * newWidth == source.width &&
+             kernels_.canTile(across_.box, down_.box)) {
   ready_ = PlanMemory();
-  if (ready_) FillStarts();
+  if (ready_) PlanColumns();
 }
 
 bool AreaRows::PlanMemory() {
@@ -49,9 +51,17 @@ bool AreaRows::PlanMemory() {
   return true;
 }
 
-void AreaRows::FillStarts() {
+void AreaRows::PlanColumns() {
   const std::int32_t step = repeats_ ? 1 : step_;
   for (std::int32_t x = 0; x < across_.newSize; ++x) starts_[x] = across_.Start(x) * step;
+  columns_.starts = starts_;
+  columns_.count = across_.newSize;
+  columns_.boxWidth = across_.box;
+  columns_.step = step_;
+  columns_.boxPixels = across_.box * down_.box;
+  columns_.top = kernels::TopByteMask(outLayout_);
+  if (columns_.boxPixels <= kAreaRowsIn16Bits)
+    columns_.divisor = kernels::MakeAreaDivisor(columns_.boxPixels);
 }
 
 void AreaRows::MakeRow(std::uint8_t* out, std::int32_t y) {
@@ -87,16 +97,18 @@ void AreaRows::RepeatPixels(std::uint8_t* bgrx, std::int32_t y0) {
 }
 
 void AreaRows::AverageBoxes(std::uint8_t* bgrx, std::int32_t y0) {
-  const kernels::AreaColumns columns = {starts_, across_.newSize,         across_.box,
-                                        step_,   across_.box * down_.box, kernels::TopByteMask(outLayout_)};
-  if (totals32_) {
+  if (tiles_) {
+    const std::uint8_t* rows[kAreaRowsAtOnce];
+    for (std::int32_t i = 0; i < down_.box; ++i) rows[i] = source_.rows.Row(y0 + i);
+    kernels_.averageTiles(bgrx, rows, down_.box, columns_);
+  } else if (totals32_) {
     SumTotals(y0);
-    kernels_.averageTotals(bgrx, totals_, columns);
-    return;
+    kernels_.averageTotals(bgrx, totals_, columns_);
+  } else {
+    SumRows(y0, down_.box);
+    const bool small = columns_.boxPixels <= kAreaRowsIn16Bits;
+    (small ? kernels_.averageSmall : kernels_.averageLarge)(bgrx, sums_, columns_);
   }
-  SumRows(y0, down_.box);
-  const bool small = columns.boxPixels <= kAreaRowsIn16Bits;
-  (small ? kernels_.averageSmall : kernels_.averageLarge)(bgrx, sums_, columns);
 }
 
 void AreaRows::SumRows(std::int32_t y0, std::int32_t rowCount) {

@@ -25,7 +25,7 @@ class AreaRows {
 
  private:
   bool PlanMemory();
-  void FillStarts();
+  void PlanColumns();
   void MakeBgrx(std::uint8_t* bgrx, std::int32_t y0);
   void RepeatPixels(std::uint8_t* bgrx, std::int32_t y0);
   void AverageBoxes(std::uint8_t* bgrx, std::int32_t y0);
@@ -39,11 +39,13 @@ class AreaRows {
   const kernels::PackKernels& pack_;
   const kernels::AreaAxis across_;
   const kernels::AreaAxis down_;
-  const std::int32_t step_;     // elements of a row of sums from one source pixel to the next
-  const bool repeats_;          // boxes of one pixel
-  const bool keepsRow_;         // the result's rows go through `row_`: several are equal, or are packed
-  const bool streams_;          // the result is too large to stay in the caches
-  const bool totals32_;         // a column sum of a box does not fit 16 bits
+  const std::int32_t step_;  // elements of a row of sums from one source pixel to the next
+  const bool repeats_;       // boxes of one pixel
+  const bool keepsRow_;      // the result's rows go through `row_`: several are equal, or are packed
+  const bool streams_;       // the result is too large to stay in the caches
+  const bool totals32_;      // a column sum of a box does not fit 16 bits
+  const bool tiles_;         // boxes lie side by side and are small enough to be averaged without sums
+  kernels::AreaColumns columns_{};
   std::int32_t keptFrom_ = -1;  // first source row of what `row_` holds
   bool ready_ = false;          // the memory below was had
   WorkSlab slab_;

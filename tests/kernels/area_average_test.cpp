@@ -70,6 +70,10 @@ TEST_P(AreaAverage, AddsSumsToTotals) {
   }
 }
 
+AreaDivisor DivisorOf(int pixels) {
+  return pixels <= kAreaRowsIn16Bits ? MakeAreaDivisor(pixels) : AreaDivisor{};
+}
+
 struct Case {
   int sourceWidth, newWidth, boxHeight, step;
 };
@@ -91,7 +95,8 @@ void CheckAverage(test::Random& random, const Case& c, Kernel kernel, Reference 
                                axis.box,
                                c.step,
                                axis.box * c.boxHeight,
-                               random.OneIn(2) ? 0xFF000000u : 0u};
+                               random.OneIn(2) ? 0xFF000000u : 0u,
+                               DivisorOf(axis.box * c.boxHeight)};
   test::Fence out(static_cast<std::size_t>(c.newWidth) * 4);
   std::vector<std::uint8_t> expected(out.Size());
   kernel(out.Data(), sums.As<Sum>(), columns);
@@ -129,7 +134,9 @@ TEST_P(AreaAverage, AveragesLargeBoxes) {
 // Every sum that a box of n pixels can have, for all n where the division is done by a reciprocal of 16 bits
 // or float: one wrong rounding would show.
 TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
-  for (const int pixels : {2, 3, 4, 5, 6, 7, 9, 11, 13, 49, 127, 200, 255, 256, 257, 258, 1000, 4096}) {
+  std::vector<int> boxes = {258, 1000, 4096, 16384, 16385};
+  for (int pixels = 1; pixels <= kAreaRowsIn16Bits; ++pixels) boxes.push_back(pixels);
+  for (const int pixels : boxes) {
     const int sumCount = 255 * pixels + 1;
     const int newWidth = (sumCount + 3) / 4;
     std::vector<std::int32_t> starts(static_cast<std::size_t>(newWidth));
@@ -139,7 +146,7 @@ TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
     for (int i = 0; i < newWidth * 4; ++i)
       totals[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(i < sumCount ? i : sumCount - 1);
     for (std::size_t i = 0; i < totals.size(); ++i) sums[i] = static_cast<std::uint16_t>(totals[i]);
-    const AreaColumns columns = {starts.data(), newWidth, 1, 4, pixels, 0};
+    const AreaColumns columns = {starts.data(), newWidth, 1, 4, pixels, 0, DivisorOf(pixels)};
     std::vector<std::uint8_t> out(static_cast<std::size_t>(newWidth) * 4), expected(out.size());
     ref::AverageTotals(expected.data(), totals.data(), columns);
     Kernels().averageTotals(out.data(), totals.data(), columns);
@@ -149,6 +156,30 @@ TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
     ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, small";
     Kernels().averageLarge(out.data(), sums.data(), columns);
     ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, large";
+  }
+}
+
+TEST_P(AreaAverage, AveragesTilesUpToTheRowsEnd) {
+  test::Random random(9);
+  for (int round = 0; round < 400; ++round) {
+    const int boxWidth = random.Between(1, 8), boxHeight = random.Between(1, kAreaRowsAtOnce);
+    if (!Kernels().canTile(boxWidth, boxHeight)) continue;
+    const int newWidth = random.Between(1, 60);
+    const auto bytes = static_cast<std::size_t>(newWidth * boxWidth) * 4;
+    const auto at = random.OneIn(2) ? test::Fence::At::kEnd : test::Fence::At::kStart;
+    test::Fence first(bytes, at), second(bytes, at), out(static_cast<std::size_t>(newWidth) * 4, at);
+    for (std::size_t i = 0; i < bytes; ++i) {
+      first.Data()[i] = random.OneIn(3) ? 255 : random.Byte();
+      second.Data()[i] = random.OneIn(3) ? 255 : random.Byte();
+    }
+    const std::uint8_t* rows[kAreaRowsAtOnce] = {first.Data(), second.Data(), second.Data(), first.Data()};
+    const int pixels = boxWidth * boxHeight;
+    const AreaColumns columns = {nullptr, newWidth, boxWidth, 4, pixels, 0xFF000000u, DivisorOf(pixels)};
+    std::vector<std::uint8_t> expected(out.Size());
+    Kernels().averageTiles(out.Data(), rows, boxHeight, columns);
+    ref::AverageTiles(expected.data(), rows, boxHeight, columns);
+    ASSERT_EQ(-1, FirstDifference(out.Data(), expected.data(), newWidth * 4))
+        << newWidth << " boxes of " << boxWidth << " × " << boxHeight;
   }
 }
 
