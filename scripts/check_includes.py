@@ -26,18 +26,35 @@ SYSTEM = {
     "math.h", "new", "string.h", "time.h", "type_traits", "utility",
 }
 ISA_HEADER = re.compile(r"\w*intrin\.h$")
-ISA_FILE = re.compile(r"_(sse2|sse41|avx2|avx512)\.(h|cpp)$")
+ISA_FILE = re.compile(r"_(sse2|sse41|avx2|avx512)\.cpp$")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 
 
-def fault_of(path, quote, target):
+def bound_headers(includes):
+    """Kernel headers that need an instruction set: by an intrinsics header, directly or through another one."""
+    bound = set()
+    while True:
+        more = {
+            path
+            for path, targets in includes.items()
+            if path.startswith("kernels/") and path.endswith(".h")
+            and any(ISA_HEADER.match(target) or target in bound for _, target in targets)
+        }
+        if more == bound:
+            return bound
+        bound = more
+
+
+def may_hold_isa_code(path):
+    return path.startswith("kernels/") and (path.endswith(".h") or ISA_FILE.search(path))
+
+
+def fault_of(path, quote, target, bound):
     """Why `path` (relative to src/) may not include `target`, or None."""
-    module = path.parts[0]
+    module = path.split("/")[0]
+    if ISA_HEADER.match(target) or target in bound:
+        return None if may_hold_isa_code(path) else "instruction-set code outside its kernel files"
     if quote == "<":
-        if ISA_HEADER.match(target):
-            if module == "kernels" and ISA_FILE.search(path.name):
-                return None
-            return "instruction-set header outside a kernel file of that instruction set"
         return None if target in SYSTEM else "system header that the plugin does without"
     if not (SOURCE / target).is_file():
         return "not a file of src/"
@@ -50,15 +67,16 @@ def fault_of(path, quote, target):
 
 
 def main():
-    faults = []
     files = sorted(p for p in SOURCE.rglob("*") if p.suffix in {".h", ".cpp", ".def"})
-    for file in files:
-        path = file.relative_to(SOURCE)
-        if path.parts[0] not in BELOW:
-            faults.append(f"src/{path}: unknown module {path.parts[0]}")
+    includes = {f.relative_to(SOURCE).as_posix(): INCLUDE.findall(f.read_text()) for f in files}
+    bound = bound_headers(includes)
+    faults = []
+    for path, targets in includes.items():
+        if path.split("/")[0] not in BELOW:
+            faults.append(f"src/{path}: unknown module")
             continue
-        for quote, target in INCLUDE.findall(file.read_text()):
-            fault = fault_of(path, quote, target)
+        for quote, target in targets:
+            fault = fault_of(path, quote, target, bound)
             if fault:
                 faults.append(f"src/{path}: {target}: {fault}")
     print("\n".join(faults) if faults else f"{len(files)} files, all includes point the right way")
