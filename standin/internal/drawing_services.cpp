@@ -44,7 +44,8 @@ void Draw(PictureObject* target, const PictureObject& source, const Side& across
   };
   // A pixmap is written in one go, since each writing is a request to the server.
   const int rowsAtOnce = target->InMemory() ? 1 : down.Count();
-  std::vector<std::uint32_t> drawn(static_cast<std::size_t>(across.Count()) * static_cast<std::size_t>(rowsAtOnce));
+  std::vector<std::uint32_t> drawn(static_cast<std::size_t>(across.Count()) *
+                                   static_cast<std::size_t>(rowsAtOnce));
   for (int y = 0; y < down.Count();) {
     std::uint32_t* out = drawn.data();
     const int start = y;

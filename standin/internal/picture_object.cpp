@@ -21,7 +21,8 @@ constexpr std::size_t kRecordWords = 1808;
 // Shown once a lock has ended; an address that nothing can be read at.
 constexpr std::uintptr_t kVoidAddress = 0x40;
 
-// What the plugin takes for a picture's lock count. Objects have a virtual table, but no base and no layout but this.
+// What the plugin takes for a picture's lock count. Objects have a virtual table, but no base and no layout
+// but this.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(offsetof(Object, lockCount) == 12);
