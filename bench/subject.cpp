@@ -45,6 +45,7 @@ standin::Ref Call(const Workload& w, const standin::Ref& source) {
 
 Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
   standin::Config config;
+  config.recyclePixels = true;
   config.mode = store == "console" ? standin::Mode::kConsole
                 : store == "gdk"   ? standin::Mode::kGdk
                                    : standin::Mode::kCairo;
