@@ -74,7 +74,8 @@ std::vector<TraceCase> ReaderCases() {
       {"nil", cairo, [] { EXPECT_FALSE(PictureReader().GetPictureReader(nullptr)); }, ""},
       {"console", console, [] { Read(standin::NewPicture(3, 2), true); },
        kDetect + "alpha lock10 ref unlock unref"},
-      {"cairo", cairo, [] { Read(standin::NewPicture(3, 2), true); }, kDetect + "alpha lock12 ref unlock unref"},
+      {"cairo", cairo, [] { Read(standin::NewPicture(3, 2), true); },
+       kDetect + "alpha lock12 ref unlock unref"},
       {"cairo, alpha", cairo, [] { Read(standin::NewAlphaPicture(3, 2), true); },
        kDetect + "alpha lock12 ref unlock unref"},
       {"pixmap", ConfigFor(Mode::kGdk), [] { Read(standin::NewPicture(3, 2), true); },
@@ -92,7 +93,8 @@ std::vector<TraceCase> ReaderCases() {
            "alpha lock12 lock6 lock10 ref unref unlock unref"},
       {"alpha has no copy", cairo, [] { Read(standin::NewAlphaPicture(3, 2, kRefusingStore), false); },
        kDetect + "alpha lock12"},
-      {"alpha, no mode", Classes(old, {}), [] { Read(standin::NewAlphaPicture(3, 2, kRefusingStore), false); },
+      {"alpha, no mode", Classes(old, {}),
+       [] { Read(standin::NewAlphaPicture(3, 2, kRefusingStore), false); },
        kDetect + "alpha lock12 unlock lock10 unlock"},
   };
 }
@@ -160,7 +162,8 @@ TEST(EditorTrace, InPlaceOnACopyIsRefusedWithTheEditorStillSetUp) {
       EXPECT_TRUE(editor.GetPictureEditor(Handle(surface)));
       EXPECT_EQ(standin::LockCount(pixmap), 0);
     }
-    EXPECT_EQ(Trace(), kDetect + "alpha lock12 lock6 ref unlock clear unref alpha lock12 ref unlock clear unref");
+    EXPECT_EQ(Trace(),
+              kDetect + "alpha lock12 lock6 ref unlock clear unref alpha lock12 ref unlock clear unref");
     EXPECT_EQ(standin::CheckLedger(), "");
   };
   EXPECT_TRUE(PassesInChild(body));

@@ -26,7 +26,9 @@ std::string Word(const standin::Call& call) {
       {"CopyMask as Picture", "copymask"},
       {"Mask(assigns newMask As Picture)", "assign"}};
   const std::string name = call.service;
-  const auto text = [&call](std::size_t i) { return std::string(reinterpret_cast<const char*>(call.words[i])); };
+  const auto text = [&call](std::size_t i) {
+    return std::string(reinterpret_cast<const char*>(call.words[i]));
+  };
   if (name == "REALLockPictureDescription") return "lock" + std::to_string(call.words[2]);
   if (name == "pluginObjectType") return text(0).substr(0, 1);  // Application, ...
   if (name == "REALGetPropValueInt") return text(1);
