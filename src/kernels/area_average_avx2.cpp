@@ -1,6 +1,7 @@
 #include <immintrin.h>
 
 #include "kernels/area_average_simd.h"
+#include "kernels/area_average_tiles.h"
 
 namespace pixmorph::kernels {
 namespace {
@@ -20,10 +21,48 @@ struct Avx2Lanes {
   PIXMORPH_INLINE_MEMBER static U16 Add(U16 a, U16 b) { return _mm256_add_epi16(a, b); }
 };
 
+// Eight source pixels. Sums are 16-bit lanes, two a new pixel's channel where boxes are four wide.
+struct Avx2Tiles {
+  using Sums = __m256i;
+  static constexpr std::int32_t kBytes = 32;
+  using Division = SmallDivision;
+
+  template <int kWidth>
+  PIXMORPH_INLINE_MEMBER static Sums PairSums(const std::uint8_t* p) {
+    const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
+                                      : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    const __m256i pixels = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(order)),
+                                _mm256_set1_epi8(1));
+  }
+  PIXMORPH_INLINE_MEMBER static Sums Add(Sums a, Sums b) { return _mm256_add_epi16(a, b); }
+
+  template <int kWidth>
+  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, Sums a, Sums b, const Division& divide) {
+    const auto mean = [&divide](__m256i sums) {
+      const __m256i biased = _mm256_add_epi16(sums, _mm256_broadcastsi128_si256(divide.bias));
+      const __m256i high = _mm256_mulhi_epu16(biased, _mm256_broadcastsi128_si256(divide.multiplier));
+      return _mm256_srl_epi16(high, divide.shift);
+    };
+    if (kWidth == 2) {
+      const __m256i mixed = _mm256_packus_epi16(mean(a), mean(b));
+      const __m256i pixels = _mm256_permute4x64_epi64(mixed, _MM_SHUFFLE(3, 1, 2, 0));
+      const __m256i colours = _mm256_and_si256(pixels, _mm256_set1_epi32(0x00FFFFFF));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
+                          _mm256_or_si256(colours, _mm256_broadcastsi128_si256(divide.top)));
+    } else {
+      const __m256i means = mean(_mm256_permute4x64_epi64(_mm256_hadd_epi16(a, b), _MM_SHUFFLE(3, 1, 2, 0)));
+      const __m128i pixels =
+          _mm_packus_epi16(_mm256_castsi256_si128(means), _mm256_extracti128_si256(means, 1));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out), WithTop(pixels, divide.top));
+    }
+  }
+};
+
 }  // namespace
 
-const AreaAverageKernels kAreaAverageAvx2 = {AddRows<Avx2Lanes>, AddSums,       AverageSmall,
-                                             AverageLarge,       AverageTotals, ref::CanTile,
-                                             ref::AverageTiles,  RepeatPixels,  CopyRow};
+const AreaAverageKernels kAreaAverageAvx2 = {
+    AddRows<Avx2Lanes>,      AddSums,      AverageSmall, AverageLarge, AverageTotals, CanTile,
+    AverageTiles<Avx2Tiles>, RepeatPixels, CopyRow};
 
 }  // namespace pixmorph::kernels

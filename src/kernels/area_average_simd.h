@@ -127,11 +127,13 @@ struct SmallDivision {
   explicit SmallDivision(const AreaColumns& columns)
       : bias(_mm_set1_epi16(static_cast<short>(columns.divisor.bias))),
         multiplier(_mm_set1_epi16(static_cast<short>(columns.divisor.multiplier))),
-        shift(_mm_cvtsi32_si128(columns.divisor.shift)) {}
+        shift(_mm_cvtsi32_si128(columns.divisor.shift)),
+        top(_mm_set1_epi32(static_cast<int>(columns.top))) {}
   PIXMORPH_INLINE_MEMBER __m128i operator()(__m128i sums) const {
     return _mm_srl_epi16(_mm_mulhi_epu16(_mm_add_epi16(sums, bias), multiplier), shift);
   }
   __m128i bias, multiplier, shift;
+  __m128i top;  // of four new pixels
 };
 
 // Lanes of two pixels in red, green, blue order turned into blue, green, red.

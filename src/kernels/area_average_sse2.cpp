@@ -18,10 +18,13 @@ struct Sse2Lanes {
   PIXMORPH_INLINE_MEMBER static U16 Add(U16 a, U16 b) { return _mm_add_epi16(a, b); }
 };
 
+// Without byte shuffles the way over rows of sums is as good.
+bool NeverTiles(std::int32_t, std::int32_t) { return false; }
+
 }  // namespace
 
 const AreaAverageKernels kAreaAverageSse2 = {AddRows<Sse2Lanes>, AddSums,       AverageSmall,
-                                             AverageLarge,       AverageTotals, ref::CanTile,
+                                             AverageLarge,       AverageTotals, NeverTiles,
                                              ref::AverageTiles,  RepeatPixels,  CopyRow};
 
 }  // namespace pixmorph::kernels

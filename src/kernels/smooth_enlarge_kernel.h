@@ -34,8 +34,9 @@ struct SmoothColumns {
   const float* weight1;       // of the column behind it, the same
   // All bits of an entry set: both weights are exact (see IsExactSmoothWeight). Otherwise 0.
   const std::int32_t* exactMask;
-  bool allExact;       // every entry of exactMask is set
-  std::int32_t count;  // new pixels
+  bool allExact;             // every entry of exactMask is set
+  std::int32_t count;        // new pixels
+  std::int32_t sourceWidth;  // pixels
 };
 // A power of two, so that scaling rounds nothing; the bits below it are a value's fraction.
 constexpr float kSmoothWeightScale = 65536.0f;

@@ -1,7 +1,19 @@
-#include "kernels/smooth_enlarge_kernel.h"
+#include "kernels/smooth_enlarge_woven.h"
 
 namespace pixmorph::kernels {
+namespace {
 
-const SmoothEnlargeKernels kSmoothEnlargeSse2 = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine};
+struct Sse2Widening {
+  // The lowest four bytes as 32-bit lanes.
+  PIXMORPH_INLINE_MEMBER static __m128i Widen(__m128i bytes) {
+    const __m128i zero = _mm_setzero_si128();
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero);
+  }
+};
+
+}  // namespace
+
+const SmoothEnlargeKernels kSmoothEnlargeSse2 = {UnpackLine<Sse2Widening>, BlendLines<Sse2Widening>,
+                                                 InterpolateLine<Sse2Widening>};
 
 }  // namespace pixmorph::kernels

@@ -1,7 +1,18 @@
-#include "kernels/smooth_enlarge_kernel.h"
+#include <smmintrin.h>
+
+#include "kernels/smooth_enlarge_woven.h"
 
 namespace pixmorph::kernels {
+namespace {
 
-const SmoothEnlargeKernels kSmoothEnlargeSse41 = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine};
+struct Sse41Widening {
+  // The lowest four bytes as 32-bit lanes.
+  PIXMORPH_INLINE_MEMBER static __m128i Widen(__m128i bytes) { return _mm_cvtepu8_epi32(bytes); }
+};
+
+}  // namespace
+
+const SmoothEnlargeKernels kSmoothEnlargeSse41 = {UnpackLine<Sse41Widening>, BlendLines<Sse41Widening>,
+                                                  InterpolateLine<Sse41Widening>};
 
 }  // namespace pixmorph::kernels

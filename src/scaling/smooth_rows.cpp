@@ -20,6 +20,7 @@ SmoothRows::SmoothRows(const SourcePixels& source, PixelLayout outLayout, const 
       kernels_(*table.smoothEnlarge),
       pack_(*table.pack) {
   columns_.count = newWidth;
+  columns_.sourceWidth = source.width;
   ready_ = PlanMemory();
 }
 

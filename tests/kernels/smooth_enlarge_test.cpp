@@ -42,7 +42,7 @@ struct Columns {
       exactMask.push_back(exact ? -1 : 0);
       allExact = allExact && exact;
     }
-    form = {index.data(), weight0.data(), weight1.data(), exactMask.data(), allExact, newWidth};
+    form = {index.data(), weight0.data(), weight1.data(), exactMask.data(), allExact, newWidth, width};
   }
   std::vector<SmoothWeights> weights;
   std::vector<std::int32_t> index, exactMask;

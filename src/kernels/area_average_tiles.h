@@ -1,0 +1,78 @@
+#ifndef PIXMORPH_KERNELS_AREA_AVERAGE_TILES_H_
+#define PIXMORPH_KERNELS_AREA_AVERAGE_TILES_H_
+
+#include "kernels/area_average_kernel.h"
+
+// Boxes of two or four columns side by side, averaged without rows of sums in between: bytes are grouped by
+// channel with one shuffle and summed with multiplications by one. `V` is a vector of pixels; for inclusion
+// by the files of the levels that have byte shuffles.
+namespace pixmorph::kernels {
+namespace {
+
+bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight) {
+  return (boxWidth == 2 || boxWidth == 4) && boxHeight <= kAreaRowsAtOnce;
+}
+
+// One vector of new pixels: V::kNewPixels<kWidth> of them.
+template <class V, int kWidth, int kRows>
+PIXMORPH_INLINE typename V::Sums TileSums(const std::uint8_t* const* rows, std::ptrdiff_t offset) {
+  typename V::Sums sums = V::template PairSums<kWidth>(rows[0] + offset);
+  for (int r = 1; r < kRows; ++r) sums = V::Add(sums, V::template PairSums<kWidth>(rows[r] + offset));
+  return sums;
+}
+
+template <class V, int kWidth, int kRows>
+PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const* rowTable,
+                                    const AreaColumns& columns) {
+  const std::uint8_t* rows[kRows];
+  for (int r = 0; r < kRows; ++r) rows[r] = rowTable[r];
+  const typename V::Division divide(columns);
+  constexpr std::int32_t kStep = V::kBytes / (4 * kWidth);  // new pixels
+  std::int32_t x = 0;
+  for (; x + 2 * kStep <= columns.count; x += 2 * kStep) {
+    const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(x) * kWidth * 4;
+    const typename V::Sums a = TileSums<V, kWidth, kRows>(rows, offset);
+    const typename V::Sums b = TileSums<V, kWidth, kRows>(rows, offset + V::kBytes);
+    V::template StoreMeans<kWidth>(out + x * 4, a, b, divide);
+  }
+  if (x == columns.count) return;
+  const std::uint8_t* rest[kRows];
+  for (int r = 0; r < kRows; ++r) rest[r] = rows[r] + static_cast<std::ptrdiff_t>(x) * kWidth * 4;
+  AreaColumns last = columns;
+  last.count = columns.count - x;
+  ref::AverageTiles(out + x * 4, rest, kRows, last);
+}
+
+template <class V, int kWidth>
+PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                                    const AreaColumns& columns) {
+  switch (rowCount) {
+    case 1:
+      AverageTilesOf<V, kWidth, 1>(out, rows, columns);
+      break;
+    case 2:
+      AverageTilesOf<V, kWidth, 2>(out, rows, columns);
+      break;
+    case 3:
+      AverageTilesOf<V, kWidth, 3>(out, rows, columns);
+      break;
+    default:
+      AverageTilesOf<V, kWidth, 4>(out, rows, columns);
+      break;
+  }
+}
+
+template <class V>
+void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                  const AreaColumns& columns) {
+  if (columns.boxWidth == 2) {
+    AverageTilesOf<V, 2>(out, rows, rowCount, columns);
+  } else {
+    AverageTilesOf<V, 4>(out, rows, rowCount, columns);
+  }
+}
+
+}  // namespace
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_AREA_AVERAGE_TILES_H_
