@@ -16,11 +16,13 @@ struct BlurArguments {
 void RunBlur(const BlurArguments& arguments, const Options& options) {
   if (!(arguments.radius >= 0))
     throw Failure(Exit::kUsage, "--radius must be 0 or more pixels, such as 2 or 12.5");
-  Job job(options, {"blur", "BlurKTZ", arguments.input, arguments.output, {{"radius", arguments.radius}}});
+  const Session session(options);
+  Job job(options, session,
+          {"blur", "BlurKTZ", arguments.input, arguments.output, {{"radius", arguments.radius}}});
   const Image source = job.Read(arguments.input);
   CheckMemory("blurring " + ToText(source.size), std::uint64_t{source.PixelCount()} * 16);
   if (source.hasAlpha) job.Note("the transparency is dropped: BlurKTZ knows colours only");
-  const standin::Ref picture = job.Library().MakePicture(source, Session::Alpha::kDropped);
+  const standin::Ref picture = session.MakePicture(source, Session::Alpha::kDropped);
   const standin::Ref result = job.Call(source.size, std::int64_t{source.size.height} * 2, [&](int interval) {
     return standin::Blur(picture, arguments.radius, interval);
   });

@@ -24,16 +24,19 @@ std::function<void()> DefineScaleMask(CLI::App& app, Options& options);
 std::function<void()> DefineResample(CLI::App& app, Options& options);
 std::function<void()> DefineBlur(CLI::App& app, Options& options);
 std::function<void()> DefineDraw(CLI::App& app, Options& options);
+std::function<void()> DefineGallery(CLI::App& app, Options& options);
 std::function<void()> DefineInfo(CLI::App& app, Options& options);
 std::function<void()> DefineKernels(CLI::App& app, Options& options);
 
-inline constexpr std::array<Command, 7> kCommands = {{
+inline constexpr std::array<Command, 8> kCommands = {{
     {"scale", "resize by area averaging, or smoothly (ScaleKTZ)", DefineScale, Command::Common::kAll},
     {"scale-mask", "the same with transparency, as scale --mask (ScaleImageAndMaskKTZ)", DefineScaleMask,
      Command::Common::kAll},
     {"resample", "resize with one of seven kernels (ScalingKTZ)", DefineResample, Command::Common::kAll},
     {"blur", "box blur (BlurKTZ)", DefineBlur, Command::Common::kAll},
     {"draw", "draw a picture onto another at a fractional position (DrawPictureFKTZ)", DefineDraw,
+     Command::Common::kAll},
+    {"gallery", "put photographs through all methods, a folder of pictures each", DefineGallery,
      Command::Common::kAll},
     {"info", "show the library, what it registers and which kernels this processor runs", DefineInfo,
      Command::Common::kLibrary},

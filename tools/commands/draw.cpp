@@ -37,7 +37,8 @@ void RunDraw(const DrawArguments& arguments, const Options& options) {
           (arguments.mask == kStandardStream) >
       1)
     throw Failure(Exit::kUsage, "only one picture can come from stdin: name files for the others");
-  Job job(options,
+  const Session session(options);
+  Job job(options, session,
           {"draw", "DrawPictureFKTZ", arguments.picture, arguments.output, Parameters(arguments, at)});
   const Image onto = job.Read(arguments.onto);
   const Image source = job.Read(arguments.picture);
@@ -45,11 +46,11 @@ void RunDraw(const DrawArguments& arguments, const Options& options) {
               12 * std::uint64_t{onto.PixelCount()} + 16 * std::uint64_t{source.PixelCount()});
   if (onto.hasAlpha)
     job.Note("the transparency of " + arguments.onto + " is dropped: drawing makes it opaque");
-  const standin::Ref target = job.Library().MakePicture(onto, Session::Alpha::kDropped);
+  const standin::Ref target = session.MakePicture(onto, Session::Alpha::kDropped);
   const bool ownMask = arguments.mask.empty();
   const standin::Ref picture =
-      job.Library().MakePicture(source, ownMask ? Session::Alpha::kMask : Session::Alpha::kDropped);
-  if (!ownMask) standin::SetMask(picture, job.Library().MakeMask(job.Read(arguments.mask)));
+      session.MakePicture(source, ownMask ? Session::Alpha::kMask : Session::Alpha::kDropped);
+  if (!ownMask) standin::SetMask(picture, session.MakeMask(job.Read(arguments.mask)));
   job.CallInPlace(source.size, onto.size.height, RefusalReason(options), [&](int interval) {
     return standin::DrawPictureF(target, picture, at.x, at.y, arguments.opacity, interval);
   });

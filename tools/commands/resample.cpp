@@ -23,16 +23,18 @@ std::uint64_t BytesNeeded(const Size& source, const Size& wanted) {
 void RunResample(const ResampleArguments& arguments, const Options& options) {
   const Geometry geometry = Geometry::Parse(arguments.size);
   const KernelRow& kernel = ParseKernel(arguments.kernel);
-  Job job(options, {"resample",
-                    "ScalingKTZ",
-                    arguments.input,
-                    arguments.output,
-                    {{"size", arguments.size}, {"kernel", kernel.name}, {"mode", kernel.mode}}});
+  const Session session(options);
+  Job job(options, session,
+          {"resample",
+           "ScalingKTZ",
+           arguments.input,
+           arguments.output,
+           {{"size", arguments.size}, {"kernel", kernel.name}, {"mode", kernel.mode}}});
   const Image source = job.Read(arguments.input);
   const Size wanted = geometry.For(source.size);
   CheckMemory("resampling to " + ToText(wanted), BytesNeeded(source.size, wanted));
   if (source.hasAlpha) job.Note("the transparency is dropped: scale --mask keeps it");
-  const standin::Ref picture = job.Library().MakePicture(source, Session::Alpha::kDropped);
+  const standin::Ref picture = session.MakePicture(source, Session::Alpha::kDropped);
   const standin::Ref result = job.Call(source.size, wanted.height, [&](int interval) {
     return standin::Scaling(picture, kernel.mode, wanted.width, wanted.height, interval);
   });

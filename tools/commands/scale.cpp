@@ -30,11 +30,13 @@ std::int64_t YieldPoints(const ScaleArguments& arguments, const Size& source, co
 
 void RunScale(const ScaleArguments& arguments, const Options& options) {
   const Geometry geometry = Geometry::Parse(arguments.size);
-  Job job(options, {arguments.mask ? "scale-mask" : "scale",
-                    arguments.mask ? "ScaleImageAndMaskKTZ" : "ScaleKTZ",
-                    arguments.input,
-                    arguments.output,
-                    {{"size", arguments.size}, {"antiAlias", arguments.antiAlias}}});
+  const Session session(options);
+  Job job(options, session,
+          {arguments.mask ? "scale-mask" : "scale",
+           arguments.mask ? "ScaleImageAndMaskKTZ" : "ScaleKTZ",
+           arguments.input,
+           arguments.output,
+           {{"size", arguments.size}, {"antiAlias", arguments.antiAlias}}});
   const Image source = job.Read(arguments.input);
   const Size wanted = geometry.For(source.size);
   CheckMemory("scaling to " + ToText(wanted), BytesNeeded(source, wanted, arguments.mask));
@@ -42,7 +44,7 @@ void RunScale(const ScaleArguments& arguments, const Options& options) {
   const Session::Alpha alpha = !arguments.mask          ? Session::Alpha::kDropped
                                : arguments.alphaChannel ? Session::Alpha::kChannel
                                                         : Session::Alpha::kMask;
-  const standin::Ref picture = job.Library().MakePicture(source, alpha);
+  const standin::Ref picture = session.MakePicture(source, alpha);
   const auto method = arguments.mask ? standin::ScaleImageAndMask : standin::Scale;
   const standin::Ref result =
       job.Call(source.size, YieldPoints(arguments, source.size, wanted), [&](int interval) {

@@ -36,13 +36,12 @@ std::string ShownName(const std::string& path, const char* stream) {
 
 }  // namespace
 
-Job::Job(const Options& options, Request request)
+Job::Job(const Options& options, const Session& session, Request request)
     : options_(options),
       request_(std::move(request)),
       format_(CheckedFormat(request_, options_)),
-      startMs_(NowMs()),
-      session_(options_) {
-  RequireMethod(request_.method, session_);
+      startMs_(NowMs()) {
+  RequireMethod(request_.method, session);
 }
 
 Image Job::Read(const std::string& path) {

@@ -27,10 +27,8 @@ struct Request {
 // One run of one method, from file to file. Every step throws Failure.
 class Job {
  public:
-  // Checks the output before any work, starts the library and looks for the method.
-  Job(const Options& options, Request request);
-
-  const Session& Library() const { return session_; }
+  // Checks the output before any work, and that the library has the method. The session outlives the job.
+  Job(const Options& options, const Session& session, Request request);
 
   // Reads a file; the time counts as reading.
   Image Read(const std::string& path);
@@ -56,7 +54,6 @@ class Job {
   Request request_;
   FileFormat format_;
   double startMs_;
-  Session session_;
   Size source_;
   Measurement measured_;
   double readMs_ = 0;
