@@ -98,8 +98,10 @@ struct AreaAverageKernels {
   // rises by at most 1 from one entry to the next; the row has starts[count - 1] + 1 pixels.
   void (*repeatPixels)(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,
                        std::int32_t count, std::uint32_t top);
-  // Copies a row past the caches, for results too large to stay in them.
+  // Copies a row past the caches, for results too large to stay in them. Other processors may see what was
+  // copied only after `finishCopies`.
   void (*copyRow)(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount);
+  void (*finishCopies)();
 };
 
 extern const AreaAverageKernels kAreaAverageScalar, kAreaAverageSse2, kAreaAverageSse41, kAreaAverageAvx2,
@@ -122,6 +124,7 @@ void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32
 void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
                   std::uint32_t top);
 void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount);
+void FinishCopies();
 }  // namespace ref
 
 }  // namespace pixmorph::kernels

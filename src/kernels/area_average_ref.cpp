@@ -101,10 +101,12 @@ void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount)
   __builtin_memcpy(out, row, static_cast<std::uint32_t>(byteCount));
 }
 
+void FinishCopies() {}
+
 }  // namespace ref
 
-const AreaAverageKernels kAreaAverageScalar = {ref::AddRows,      ref::AddSums,       ref::AverageSums,
-                                               ref::AverageSums,  ref::AverageTotals, ref::CanTile,
-                                               ref::AverageTiles, ref::RepeatPixels,  ref::CopyRow};
+const AreaAverageKernels kAreaAverageScalar = {
+    ref::AddRows, ref::AddSums,      ref::AverageSums,  ref::AverageSums, ref::AverageTotals,
+    ref::CanTile, ref::AverageTiles, ref::RepeatPixels, ref::CopyRow,     ref::FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -235,8 +235,9 @@ void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaCol
   AverageWide(out, totals, columns);
 }
 
-void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
-                  std::uint32_t top) {
+// Pixel by pixel.
+void RepeatEachPixel(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,
+                     std::int32_t count, std::uint32_t top) {
   for (std::int32_t x = 0; x < count; ++x, out += 4) {
     std::uint32_t pixel = 0;
     __builtin_memcpy(&pixel, row + starts[x] * 4, 4);
@@ -245,21 +246,33 @@ void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t
   }
 }
 
-// 16-byte stores past the caches between the aligned ends.
+// V::kPixels at a time, permuted out of one load, as long as such a load stays inside the row.
+template <class V>
+void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
+                  std::uint32_t top) {
+  const std::int32_t lastLoad = count > 0 ? starts[count - 1] + 1 - V::kPixels : -1;
+  std::int32_t x = 0;
+  for (; x + V::kPixels <= count && starts[x] <= lastLoad; x += V::kPixels)
+    V::RepeatSome(out + x * 4, row + starts[x] * 4, starts + x, top);
+  RepeatEachPixel(out + x * 4, row, starts + x, count - x, top);
+}
+
+// Stores past the caches between the aligned ends, V::kStreamBytes at a time.
+template <class V>
 void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount) {
-  const auto misaligned = static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(out) & 63);
+  const auto misaligned =
+      static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(out) & (V::kStreamBytes - 1));
   const std::int32_t head = misaligned < byteCount ? misaligned : byteCount;
   __builtin_memcpy(out, row, static_cast<std::uint32_t>(head));
-  std::int32_t i = head;
-  for (; i + 64 <= byteCount; i += 64) {
-    for (int part = 0; part < 64; part += 16) {
-      _mm_stream_si128(reinterpret_cast<__m128i*>(out + i + part),
-                       _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + i + part)));
-    }
-  }
+  std::ptrdiff_t i = head;
+  for (; i + 4 * V::kStreamBytes <= byteCount; i += 4 * V::kStreamBytes)
+    for (int part = 0; part < 4; ++part)
+      V::Stream(out + i + part * V::kStreamBytes, row + i + part * V::kStreamBytes);
+  for (; i + V::kStreamBytes <= byteCount; i += V::kStreamBytes) V::Stream(out + i, row + i);
   __builtin_memcpy(out + i, row + i, static_cast<std::uint32_t>(byteCount - i));
-  _mm_sfence();
 }
+
+void FinishCopies() { _mm_sfence(); }
 
 }  // namespace
 }  // namespace pixmorph::kernels

@@ -19,6 +19,12 @@ class AreaRows {
   AreaRows(const SourcePixels& source, kernels::PixelLayout outLayout, std::int32_t newWidth,
            std::int32_t newHeight, const kernels::KernelTable& table);
 
+  ~AreaRows() {
+    if (streams_) kernels_.finishCopies();
+  }
+  AreaRows(const AreaRows&) = delete;
+  AreaRows& operator=(const AreaRows&) = delete;
+
   // Writes row y of the result to `out`. Rows may be asked for in any order; the source may have changed
   // since the last one.
   void MakeRow(std::uint8_t* out, std::int32_t y);
