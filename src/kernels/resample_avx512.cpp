@@ -22,16 +22,27 @@ PIXMORPH_INLINE __m512i Load(const void* p) { return _mm512_loadu_si512(p); }
 
 PIXMORPH_INLINE __m512i Broadcast(const std::int32_t* p) { return _mm512_set1_epi32(*p); }
 
-// The three digits' sums of one list over `quads` quads that lie `stride` bytes apart, put together.
-PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::int32_t stride, const std::int32_t* digits,
-                                  std::int32_t quads, std::int32_t bias) {
+// The three digits' sums of one list over quads that lie `stride` bytes apart, put together. kQuads 0:
+// `quads` of them, otherwise kQuads.
+template <std::int32_t kQuads>
+PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::ptrdiff_t stride,
+                                  const std::int32_t* digits, std::int32_t quads, std::int32_t bias) {
   __m512i high = _mm512_setzero_si512(), middle = high, low = _mm512_set1_epi32(bias);
-  for (std::int32_t q = 0; q < quads; ++q, source += stride, digits += 3) {
-    const __m512i bytes = Load(source);
-    high = _mm512_dpbusd_epi32(high, bytes, Broadcast(digits));
-    middle = _mm512_dpbusd_epi32(middle, bytes, Broadcast(digits + 1));
-    low = _mm512_dpbusd_epi32(low, bytes, Broadcast(digits + 2));
+  const auto add = [&high, &middle, &low](const std::uint8_t* at, const std::int32_t* words) {
+    const __m512i bytes = Load(at);
+    high = _mm512_dpbusd_epi32(high, bytes, Broadcast(words));
+    middle = _mm512_dpbusd_epi32(middle, bytes, Broadcast(words + 1));
+    low = _mm512_dpbusd_epi32(low, bytes, Broadcast(words + 2));
+  };
+  if (kQuads == 0) {
+    for (; quads > 1; quads -= 2, source += 2 * stride, digits += 6) {
+      add(source, digits);
+      add(source + stride, digits + 3);
+    }
+    if (quads > 0) add(source, digits);
   }
+#pragma GCC unroll 8
+  for (std::int32_t q = 0; q < kQuads; ++q) add(source + q * stride, digits + 3 * q);
   const __m512i upper = _mm512_add_epi32(_mm512_slli_epi32(high, 16), _mm512_slli_epi32(middle, 8));
   return _mm512_add_epi32(upper, low);
 }
@@ -145,12 +156,31 @@ void WeaveSource(const std::uint8_t* const* rows, std::int32_t pixels, std::uint
   }
 }
 
+// Fetches the next batch's rows evenly while this one is worked on: the processor's own prefetching stops at
+// every page, and the weaving would wait for memory.
+class NextRows {
+ public:
+  PIXMORPH_INLINE_MEMBER NextRows(const std::uint8_t* const* rows, std::int32_t pixels, std::int32_t steps)
+      : rows_(rows),
+        bytes_(4 * static_cast<std::ptrdiff_t>(pixels)),
+        perStep_(Lines(bytes_ / (steps > 0 ? steps : 1))) {}
+  PIXMORPH_INLINE_MEMBER void Step() {
+    for (std::ptrdiff_t end = at_ + perStep_; at_ < end && at_ < bytes_; at_ += 64)
+      for (int n = 0; n < 4; ++n) _mm_prefetch(reinterpret_cast<const char*>(rows_[n] + at_), _MM_HINT_T1);
+  }
+
+ private:
+  PIXMORPH_INLINE_MEMBER static std::ptrdiff_t Lines(std::ptrdiff_t bytes) { return (bytes + 63) / 64 * 64; }
+  const std::uint8_t* const* rows_;
+  const std::ptrdiff_t bytes_, perStep_;
+  std::ptrdiff_t at_ = 0;
+};
+
 // kQuads 0: as many as the axis says.
 template <std::int32_t kQuads>
 void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, const std::uint8_t* source,
                 std::uint8_t* slot) {
   const QuadAxis& axis = plan.rowQuads;
-  const std::int32_t quads = kQuads ? kQuads : axis.widest;
   const Rounding rounding(axis);
   // Word n of the result takes byte n of each lane, which are the four rows.
   const __m512i weave = _mm512_add_epi32(
@@ -158,12 +188,15 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, const st
       _mm512_mullo_epi32(_mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15),
                          _mm512_set1_epi32(0x01010101)));
   const QuadList* list = axis.lists;
+  NextRows next(rows + 4, axis.exact.sourceLength, axis.exact.count / 4);
   for (std::int32_t i = 0; i < axis.exact.count; i += 4, list += 4) {
+    next.Step();
     __m512i whole[4];
     __mmask16 unsure[4];
+#pragma GCC unroll 4
     for (int n = 0; n < 4; ++n) {
-      const __m512i sums = DigitSums(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
-                                     axis.digits + list[n].words, quads, list[n].bias);
+      const __m512i sums = DigitSums<kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
+                                             axis.digits + list[n].words, axis.widest, list[n].bias);
       unsure[n] = rounding.Unsure(sums);
       whole[n] = rounding.Whole(sums);
     }
@@ -188,6 +221,10 @@ void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint
       return SumColumns<4>(plan, rows, scratch, slot);
     case 5:
       return SumColumns<5>(plan, rows, scratch, slot);
+    case 6:
+      return SumColumns<6>(plan, rows, scratch, slot);
+    case 7:
+      return SumColumns<7>(plan, rows, scratch, slot);
     default:
       return SumColumns<0>(plan, rows, scratch, slot);
   }
@@ -198,8 +235,7 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
                std::uint32_t top) {
   const QuadAxis& axis = plan.columnQuads;
   const QuadList& list = axis.lists[r];
-  const std::int32_t quads = kQuads ? kQuads : list.quads;
-  const auto stride = static_cast<std::int32_t>(plan.slotBytes);
+  const auto stride = static_cast<std::ptrdiff_t>(plan.slotBytes);
   const std::int32_t* const digits = axis.digits + list.words;
   const Rounding rounding(axis);
   const __m512i inOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
@@ -207,8 +243,9 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
   for (std::int32_t x = 0; x < width; x += 16, slots += 256) {
     __m512i whole[4];
     __mmask16 unsure[4];
+#pragma GCC unroll 4
     for (int n = 0; n < 4; ++n) {
-      const __m512i sums = DigitSums(slots + 64 * n, stride, digits, quads, list.bias);
+      const __m512i sums = DigitSums<kQuads>(slots + 64 * n, stride, digits, list.quads, list.bias);
       unsure[n] = rounding.Unsure(sums);
       whole[n] = rounding.Whole(sums);
     }

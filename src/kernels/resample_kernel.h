@@ -1,10 +1,12 @@
 #ifndef PIXMORPH_KERNELS_RESAMPLE_KERNEL_H_
 #define PIXMORPH_KERNELS_RESAMPLE_KERNEL_H_
 
+#include <cstddef>
 #include <cstdint>
 
 #include "kernels/contribution.h"
 #include "kernels/pixel_layout.h"
+#include "kernels/resample_floats.h"
 #include "kernels/resample_quads.h"
 #include "kernels/resample_weights.h"
 
@@ -31,6 +33,11 @@ void ResampleAlongRow(std::uint32_t* out, const AxisWeights& axis, const std::ui
 void ResampleAlongColumns(std::uint8_t* out, PixelLayout layout, const ContributionList& list,
                           const std::uint32_t* intermediate, std::int32_t width);
 
+// One word 0x00RRGGBB of list i over 32-bit pixels that lie `stride` bytes apart, from the list's first on.
+// [pure]
+std::uint32_t ResampledPixel(const AxisWeights& axis, std::int32_t i, const std::uint8_t* first,
+                             std::ptrdiff_t stride);
+
 }  // namespace ref
 
 // The two passes woven into one. Source rows go in by batches, in order; each batch becomes one slot of
@@ -48,7 +55,10 @@ struct FusedPlan {
   std::int32_t batchRows;
   std::int64_t slotBytes;     // a multiple of 64
   std::int64_t scratchBytes;  // a multiple of 64
+  // Of these the level uses its own kind.
   QuadAxis rowQuads, columnQuads;
+  FloatAxis rowFloats, columnFloats;
+  std::int32_t longestStretch;  // source pixels that four neighbouring output columns read, at most
 };
 
 struct ResampleKernels {

@@ -1,8 +1,20 @@
-#include "kernels/resample_kernel.h"
+#include "kernels/resample_vec_sse.h"
 
 namespace pixmorph::kernels {
 
-extern const ResampleKernels kResampleSse2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns, nullptr,
-                                              nullptr};
+namespace {
+
+struct ByUnpacking {
+  PIXMORPH_INLINE_MEMBER static __m128i Bytes(__m128i word) {
+    const __m128i zero = _mm_setzero_si128();
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(word, zero), zero);
+  }
+};
+using Passes = FloatPasses<OnePixel<ByUnpacking>>;
+
+}  // namespace
+
+extern const ResampleKernels kResampleSse2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
+                                              Passes::PlanBytes, Passes::Plan};
 
 }  // namespace pixmorph::kernels

@@ -1,8 +1,19 @@
-#include "kernels/resample_kernel.h"
+#include <smmintrin.h>
+
+#include "kernels/resample_vec_sse.h"
 
 namespace pixmorph::kernels {
 
-extern const ResampleKernels kResampleSse41 = {ref::ResampleAlongRow, ref::ResampleAlongColumns, nullptr,
-                                               nullptr};
+namespace {
+
+struct ByWidening {
+  PIXMORPH_INLINE_MEMBER static __m128i Bytes(__m128i word) { return _mm_cvtepu8_epi32(word); }
+};
+using Passes = FloatPasses<OnePixel<ByWidening>>;
+
+}  // namespace
+
+extern const ResampleKernels kResampleSse41 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
+                                               Passes::PlanBytes, Passes::Plan};
 
 }  // namespace pixmorph::kernels

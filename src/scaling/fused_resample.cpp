@@ -64,12 +64,13 @@ void FusedResample::PlanMemory() {
 }
 
 void FusedResample::MakeSlot(PictureReader& reader, std::int32_t batch) {
-  const std::uint8_t* rows[kMostBatchRows];
-  for (std::int32_t n = 0; n < plan_.batchRows; ++n) {
+  const std::uint8_t* rows[2 * kMostBatchRows];
+  const std::int32_t last = columnWeights_.sourceLength - 1;
+  for (std::int32_t n = 0; n < 2 * plan_.batchRows; ++n) {
     const std::int64_t row = std::int64_t{batch} * plan_.batchRows + n;
-    const std::int32_t last = columnWeights_.sourceLength - 1;
     rows[n] = reader.GetRow(row < last ? static_cast<std::int32_t>(row) : last);
-    if (reader.Layout() != kernels::PixelLayout::kRgb24) continue;
+  }
+  for (std::int32_t n = 0; n < plan_.batchRows && reader.Layout() == kernels::PixelLayout::kRgb24; ++n) {
     std::uint8_t* const unpacked = unpacked_ + n * unpackedStride_;
     kernels_.pack->rgb24ToBgrx(unpacked, rows[n], rowWeights_.sourceLength, 0);
     rows[n] = unpacked;
