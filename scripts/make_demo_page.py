@@ -9,7 +9,6 @@ import json
 import os
 import sys
 
-KERNEL_CROP = 20  # source pixels a side of the enlarged crops
 ZOOM = 8
 EMBEDDED_ORIGINAL_BYTES = 400_000
 
@@ -20,7 +19,7 @@ body { font: 16px/1.5 system-ui, sans-serif; margin: 0 auto; max-width: 76rem; p
 h1 { font-size: 1.5rem; margin: .5rem 0; } h2 { border-top: 1px solid var(--line); margin-top: 2.5rem; padding-top: 1rem; }
 h3 { font-size: 1rem; margin: 1.5rem 0 .5rem; }
 nav a { margin-right: 1rem; }
-.row { display: flex; flex-wrap: wrap; gap: .75rem; }
+.row { display: grid; gap: .75rem; grid-template-columns: repeat(auto-fill, minmax(min(100%, 20rem), 1fr)); }
 .sheet { display: grid; gap: .75rem; grid-template-columns: repeat(auto-fill, minmax(9.5rem, 1fr)); }
 figure { margin: 0; min-width: 0; } figcaption { font-size: .85rem; } figcaption small { opacity: .7; }
 img { display: block; height: auto; max-width: 100%; }
@@ -38,7 +37,8 @@ def read_reports(paths):
     for path in paths:
         with open(path, encoding="utf-8") as file:
             rows += [json.loads(line) for line in file if line.strip()]
-    return rows
+    # What stopped a whole gallery belongs to no photo; the gallery has said it on stderr.
+    return [row for row in rows if "input" in row]
 
 
 def data_uri(path):
@@ -65,13 +65,13 @@ class Page:
         self.figure(data_uri(row["output"]), caption, f"{size_text(row['result'])}, {milliseconds(row)}")
 
     def kernel(self, row):
-        """The picture as it is, and a crop of its middle with every pixel eight times as large."""
+        """The picture as it is, and its most detailed square with every pixel eight times as large."""
         name = f"k{len(self.rules)}"
         width, height = row["result"]["width"], row["result"]["height"]
-        left, top = max(0, (width - KERNEL_CROP) // 2), max(0, (height - KERNEL_CROP) // 2)
+        focus = row["parameters"]["focus"]
         self.rules.append(f".{name} {{ background-image: url({data_uri(row['output'])}) }}")
         crop = (f"background-size: {width * ZOOM}px {height * ZOOM}px; "
-                f"background-position: -{left * ZOOM}px -{top * ZOOM}px")
+                f"background-position: -{focus['x'] * ZOOM}px -{focus['y'] * ZOOM}px")
         self.body.append(
             f"<figure><div class=\"{name}\" role=\"img\" style=\"aspect-ratio: {width} / {height}; "
             f"background-size: 100% 100%; max-width: {width}px\"></div><div class=\"crop {name}\" style=\"{crop}\"></div>"
@@ -114,7 +114,7 @@ def add_original(page, photo, scaled):
 
 
 def add_kernels(page, rows):
-    for direction, title in (("reduced", "reduced to a third"), ("enlarged", "the middle, enlarged four times")):
+    for direction, title in (("reduced", "reduced to a third"), ("enlarged", "a detail, enlarged four times")):
         page.open(f"ScalingKTZ: the seven kernels, {title}; below each a crop, 8 times as large", "sheet")
         for row in with_method(rows, "ScalingKTZ"):
             if row["parameters"]["direction"] == direction:

@@ -10,6 +10,7 @@
 #include "standin/methods.h"
 #include "tools/commands/commands.h"
 #include "tools/failure.h"
+#include "tools/images/regions.h"
 #include "tools/parsing/kernel_names.h"
 #include "tools/run/job.h"
 
@@ -23,6 +24,9 @@ constexpr std::int32_t kEnlargeFactor = 4;
 constexpr std::int32_t kReduceDivisor = 3;
 constexpr int kLanczos3 = 3;
 
+// The side of the squares that the page shows with large pixels.
+constexpr std::int32_t kFocusSide = 20;
+
 struct GalleryArguments {
   std::string folder, badge;
   std::vector<std::string> photos;
@@ -34,34 +38,6 @@ Size Divided(const Size& size, double divisor) {
     return std::max(kSmallestSide, static_cast<std::int32_t>(std::lround(pixels / divisor)));
   };
   return {side(size.width), side(size.height)};
-}
-
-// The middle of a picture, at most kCropSide a side.
-Image MiddleOf(const Image& image) {
-  Image crop;
-  crop.size = {std::min(image.size.width, kCropSide), std::min(image.size.height, kCropSide)};
-  const std::int32_t left = (image.size.width - crop.size.width) / 2;
-  const std::int32_t top = (image.size.height - crop.size.height) / 2;
-  for (std::int32_t y = 0; y < crop.size.height; ++y) {
-    const auto row = image.pixels.begin() + std::ptrdiff_t{top + y} * image.size.width + left;
-    crop.pixels.insert(crop.pixels.end(), row, row + crop.size.width);
-  }
-  return crop;
-}
-
-// The picture fading out towards an ellipse.
-Image Faded(Image image) {
-  image.hasAlpha = true;
-  std::size_t at = 0;
-  for (std::int32_t y = 0; y < image.size.height; ++y) {
-    for (std::int32_t x = 0; x < image.size.width; ++x, ++at) {
-      const double u = (2.0 * x + 1) / image.size.width - 1;
-      const double v = (2.0 * y + 1) / image.size.height - 1;
-      const double shown = std::clamp((1 - std::sqrt(u * u + v * v)) * 4, 0.0, 1.0);
-      image.pixels[at] = (image.pixels[at] & 0xFFFFFF) | static_cast<std::uint32_t>(shown * 255 + 0.5) << 24;
-    }
-  }
-  return image;
 }
 
 void MakeFolder(const std::string& path) {
@@ -94,9 +70,7 @@ class Gallery {
                 Session::Alpha::kDropped, [&](const standin::Ref& picture, int interval) {
                   return standin::Scale(picture, baseSize.width, baseSize.height, false, interval);
                 });
-    for (const KernelRow& kernel : KernelRows()) {
-      if (!brief || kernel.mode == kLanczos3) Kernel(kernel, base);
-    }
+    Kernels(base, brief);
     for (const int radius : {2, 8, 24}) {
       if (!brief || radius == 8) Blur(radius, base);
     }
@@ -125,19 +99,28 @@ class Gallery {
     return image;
   }
 
-  void Kernel(const KernelRow& kernel, const Image& base) {
-    const Image crop = MiddleOf(base);
+  void Kernels(const Image& base, bool brief) {
+    const std::int32_t cropSide = FittingSide(base, kCropSide);
+    const Image crop = Cropped(base, BusiestSquare(base, cropSide), cropSide);
+    const Corner wide = BusiestSquare(base, FittingSide(base, kFocusSide * kReduceDivisor));
+    const Corner narrow = BusiestSquare(crop, FittingSide(crop, kFocusSide / kEnlargeFactor));
     const Size smaller = Divided(base.size, kReduceDivisor);
-    const Size larger{crop.size.width * kEnlargeFactor, crop.size.height * kEnlargeFactor};
-    Resample("reduced", kernel, base, smaller);
-    Resample("enlarged", kernel, crop, larger);
+    const Size larger{cropSide * kEnlargeFactor, cropSide * kEnlargeFactor};
+    for (const KernelRow& kernel : KernelRows()) {
+      if (brief && kernel.mode != kLanczos3) continue;
+      Resample("reduced", kernel, base, smaller, {wide.x / kReduceDivisor, wide.y / kReduceDivisor});
+      Resample("enlarged", kernel, crop, larger, {narrow.x * kEnlargeFactor, narrow.y * kEnlargeFactor});
+    }
   }
 
   void Resample(const std::string& direction, const KernelRow& kernel, const Image& source,
-                const Size& wanted) {
+                const Size& wanted, const Corner& focus) {
     Produce("resample", "ScalingKTZ", direction + "-" + kernel.name,
-            {{"kernel", kernel.name}, {"mode", kernel.mode}, {"direction", direction}}, source,
-            Session::Alpha::kDropped, [&](const standin::Ref& picture, int interval) {
+            {{"kernel", kernel.name},
+             {"mode", kernel.mode},
+             {"direction", direction},
+             {"focus", {{"x", focus.x}, {"y", focus.y}, {"side", kFocusSide}}}},
+            source, Session::Alpha::kDropped, [&](const standin::Ref& picture, int interval) {
               return standin::Scaling(picture, kernel.mode, wanted.width, wanted.height, interval);
             });
   }
