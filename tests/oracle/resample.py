@@ -8,16 +8,28 @@ PI = 3.141592653589793
 
 
 class Sine:
-    """The sine that sinc calls. A runner that computes the library's own replaces it: C libraries differ."""
+    """The sines that sinc needs. A runner that computes the library's own replaces `of`: C libraries differ."""
 
-    call = staticmethod(math.sin)
+    known = {}
+
+    @staticmethod
+    def of(angles):
+        return [math.sin(angle) for angle in angles]
+
+    @classmethod
+    def prepare(cls, angles):
+        missing = sorted({angle for angle in angles if angle not in cls.known})
+        if missing:
+            cls.known.update(zip(missing, cls.of(missing)))
 
 
 def _sinc(u):
     if u == 0:
         return 1.0
     angle = PI * u
-    return Sine.call(angle) / angle
+    if angle not in Sine.known:
+        Sine.prepare([angle])
+    return Sine.known[angle] / angle
 
 
 def _triangle(t):
@@ -77,19 +89,32 @@ FILTERS = {
     7: (_cubic, 3.0),
 }
 
+# By mode: the argument of the second sine of a Lanczos filter.
+SINE_STRETCH = {3: lambda t: t / 3, 4: lambda t: t * 0.125}
+
 
 def contributions(mode, old, new):
     """Per output sample: the taps as (weight, index), and the sum of their weights."""
     kernel, support = FILTERS[mode]
     scale = new / old
     radius = support / scale if scale < 1 else support
-    lists = []
+    windows = []
     for i in range(new):
         centre = (i + 0.5) / scale
-        taps, total = [], 0.0
+        window = []
         for j in range(max(0, int(centre - radius)), min(old - 1, int(centre + radius)) + 1):
             distance = centre - j - 0.5
-            weight = kernel(abs(distance * scale if scale < 1 else distance))
+            window.append((j, abs(distance * scale if scale < 1 else distance)))
+        windows.append(window)
+    if mode in SINE_STRETCH:
+        arguments = [t for window in windows for _, t in window]
+        Sine.prepare(PI * t for t in arguments)
+        Sine.prepare(PI * SINE_STRETCH[mode](t) for t in arguments)
+    lists = []
+    for window in windows:
+        taps, total = [], 0.0
+        for j, t in window:
+            weight = kernel(t)
             if weight != 0:
                 taps.append((to_single(weight), j))
                 total += weight
