@@ -33,7 +33,11 @@ bool Operate(const Ref& source) {
   if (!reader.GetPictureReader(Handle(source))) return false;
   PictureWriter writer;
   if (!writer.NewPictureWriter(reader, 3, 2)) return false;
-  return static_cast<bool>(Ref::Adopt(writer.RenderPictureWriter()));
+  const Ref made = Ref::Adopt(writer.RenderPictureWriter());
+  if (!made) return false;
+  EXPECT_EQ(standin::Width(made), 3);
+  EXPECT_EQ(standin::Height(made), 2);
+  return true;
 }
 
 Ref SourceOf(const Scene& scene) {
@@ -162,6 +166,7 @@ void ExpectSetUp(const Ref& picture, bool expected, const char* what) {
   gLocks = gUnlocks = 0;
   {
     PictureReader reader;
+    reader.description = {gKindAsked, &gGrant, 9, 9, 0, 0, {}};  // as an earlier set-up leaves it
     EXPECT_EQ(reader.GetPictureEditor(Handle(picture), 0, 0), expected) << what;
     EXPECT_EQ(reader.picture != nullptr, expected) << what;
     EXPECT_EQ(gUnlocks, !expected && gGrant.result & 0xFF ? 1 : 0) << what;
