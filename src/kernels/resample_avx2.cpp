@@ -66,7 +66,7 @@ struct TwoPixels {
     const float* source = stretch.At(list.first);
     const std::ptrdiff_t stride = stretch.Stride();
     const __m256i eachFourTimes = _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1);
-    F a = Zero(), b = a, c = a, d = a;
+    F a = _mm256_insertf128_ps(Zero(), _mm_set1_ps(block.start), 0), b = a, c = a, d = a;
     for (std::int32_t t = block.count; t > 0; t -= 2, source += 8, weights += 2) {
       const F both = _mm256_castsi256_ps(
           _mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(weights))));

@@ -184,15 +184,15 @@ class FloatPasses {
     const AxisWeights& exact = axis.exact;
     const std::ptrdiff_t stride = SlotStride(plan);
     const std::uint8_t* const first = slots + exact.lists[r].first % kBatchRows * stride;
-    const WeightBlock& block = exact.blocks[exact.lists[r].block];
-    const float* const weights = axis.weights + axis.blocks[exact.lists[r].block].offset;
+    const std::int32_t taps = exact.blocks[exact.lists[r].block].count;
+    const FloatBlock& block = axis.blocks[exact.lists[r].block];
     const std::int32_t width = plan.rowFloats.exact.count;
     constexpr std::int32_t kStep = 4 * V::kPixels;
     alignas(32) std::uint8_t pixels[4 * kStep];
     for (std::int32_t x = 0; x < width; x += kStep) {
       const std::uint8_t* const source = first + 4 * static_cast<std::ptrdiff_t>(x);
       F sums[4];
-      SumPixels(source, stride, weights, block.count, sums);
+      SumPixels(source, stride, axis.weights + block.offset, taps, V::Set(block.start), sums);
       std::uint32_t unsure = V::Finish(sums, axis.sure, pixels);
       const std::int32_t count = width - x < kStep ? width - x : kStep;
       std::uint8_t* const at = out + 4 * static_cast<std::ptrdiff_t>(x);
@@ -203,8 +203,9 @@ class FloatPasses {
   }
 
   PIXMORPH_INLINE_MEMBER static void SumPixels(const std::uint8_t* source, std::ptrdiff_t stride,
-                                               const float* weights, std::int32_t count, F (&sums)[4]) {
-    F a = V::Zero(), b = a, c = a, d = a;
+                                               const float* weights, std::int32_t count, F start,
+                                               F (&sums)[4]) {
+    F a = start, b = a, c = a, d = a;
     for (; count > 0; --count, source += stride) {
       const F weight = V::Set(*weights++);
       a = V::MultiplyAdd(V::FromPixels(source), weight, a);

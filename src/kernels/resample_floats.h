@@ -11,6 +11,7 @@ namespace pixmorph::kernels {
 struct FloatBlock {
   std::int32_t offset;  // into `weights`, even
   std::int32_t count;   // even: the last may be a 0 of padding
+  float start;          // where the sum starts: small, lifts exact ties clear of the boundary
 };
 
 struct FloatAxis {

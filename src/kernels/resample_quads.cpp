@@ -46,34 +46,6 @@ Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit) {
   return fit;
 }
 
-bool PowerOfTwo(float x) {
-  std::uint32_t bits;
-  memcpy(&bits, &x, sizeof bits);
-  return (bits & 0x7FFFFFu) == 0 && x > 0.0f;
-}
-
-// The coarsest power of two that divides every scaled weight, or 0 when they are not all integers. With a sum
-// that is a power of two the plain double evaluation of such a list is exact: every partial sum is a multiple
-// of sum / unit below 2^31 of these.
-std::int32_t Granularity(const AxisWeights& axis, const WeightBlock& block, double unit) {
-  if (!PowerOfTwo(block.sum)) return 0;
-  std::uint32_t bits = static_cast<std::uint32_t>(unit);
-  for (std::int32_t t = 0; t < block.count; ++t) {
-    const double x = Scaled(axis, block, t, unit);
-    const std::int32_t w = Nearest(x);
-    if (x != w) return 0;
-    bits |= static_cast<std::uint32_t>(w);
-  }
-  return static_cast<std::int32_t>(bits & (~bits + 1));
-}
-
-// An average of n samples: weight 1 each, sum n.
-bool PlainAverage(const AxisWeights& axis, const WeightBlock& block) {
-  for (std::int32_t t = 0; t < block.count; ++t)
-    if (axis.weights[block.offset + t] != 1.0f) return false;
-  return static_cast<double>(block.sum) == static_cast<double>(block.count);
-}
-
 // Packs the blocks of one axis; holds what does not change while it works.
 class Packer {
  public:
@@ -144,20 +116,15 @@ class Packer {
   }
 
   bool IsExact(const WeightBlock& block) const {
-    if (IsAverage(block)) return true;
-    return Granularity(axis_, block, unit_) > 2 * error_;
+    const double averageError = IsAverage(axis_, block) ? kChannelMax * block.count : 0.0;
+    return averageError + 2.0 * error_ < ExactStep(axis_, block) * unit_;
   }
 
-  // With weights rounded up, sums are too large by less than one unit a tap; (2S + n) / 2n lies below an
-  // integer by 1 / 2n at least, or not at all.
-  bool IsAverage(const WeightBlock& block) const {
-    const double n = block.count;
-    return n < 256.0 && kChannelMax * n + 2.0 * error_ < unit_ / (2.0 * n) && PlainAverage(axis_, block);
-  }
+  // The weights of an average are rounded up: its sums are too large, by less than one unit a tap and level.
+  bool RoundedUp(const WeightBlock& block) const { return IsAverage(axis_, block) && IsExact(block); }
 
   std::int32_t Integer(const WeightBlock& block, std::int32_t tap) const {
-    if (!IsAverage(block)) return Nearest(Scaled(axis_, block, tap, unit_));
-    return ((1 << fractionBits_) + block.count - 1) / block.count;
+    return Nearest(Scaled(axis_, block, tap, unit_));
   }
 
   void Place(std::int32_t i) {
@@ -181,10 +148,10 @@ class Packer {
   void WriteDigits(const WeightBlock& block, std::int32_t shift, std::int32_t quads) {
     auto* const bytes = reinterpret_cast<signed char*>(digits_ + used_);
     memset(bytes, 0, 12 * static_cast<std::uint32_t>(quads));
-    const bool average = IsAverage(block);
-    const std::int32_t each = average ? Integer(block, 0) : 0;
+    const bool roundedUp = RoundedUp(block);
+    const std::int32_t up = ((1 << fractionBits_) + block.count - 1) / block.count;
     for (std::int32_t t = 0; t < block.count; ++t) {
-      std::int32_t rest = average ? each : Integer(block, t);
+      std::int32_t rest = roundedUp ? up : Integer(block, t);
       signed char* const at = bytes + (shift + t) / 4 * 12 + (shift + t) % 4;
       for (std::int32_t digit = 2; digit >= 0; --digit) {
         const auto low = static_cast<signed char>(rest & 0xFF);

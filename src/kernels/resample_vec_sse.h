@@ -30,10 +30,11 @@ struct OnePixel {
                                                 std::int32_t i, F (&sums)[4]) {
     const std::int32_t column = i < axis.exact.count ? i : axis.exact.count - 1;
     const WeightList& list = axis.exact.lists[column];
-    const float* weights = axis.weights + axis.blocks[list.block].offset;
+    const FloatBlock& block = axis.blocks[list.block];
+    const float* weights = axis.weights + block.offset;
     const float* source = stretch.At(list.first);
     const std::ptrdiff_t stride = stretch.Stride();
-    F a = Zero(), b = a, c = a, d = a;
+    F a = Set(block.start), b = a, c = a, d = a;
     for (std::int32_t t = axis.exact.blocks[list.block].count; t > 0; --t, source += 4) {
       const F weight = Set(*weights++);
       a = MultiplyAdd(_mm_loadu_ps(source), weight, a);

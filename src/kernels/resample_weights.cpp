@@ -66,6 +66,15 @@ class KnownBlocks {
   std::int32_t slots_[kSlots];
 };
 
+bool PowerOfTwo(float x) {
+  std::uint32_t bits;
+  memcpy(&bits, &x, sizeof bits);
+  return (bits & 0x7FFFFFu) == 0 && x > 0.0f;
+}
+
+constexpr std::int32_t kFinestStep = 1 << 22;  // as a divisor of 1
+constexpr std::int32_t kLongestAverage = 255;
+
 }  // namespace
 
 std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count) {
@@ -97,6 +106,29 @@ AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std
     used += block.count;
   }
   return {outLists, blocks, weights, count, blockCount, sourceLength};
+}
+
+bool IsAverage(const AxisWeights& axis, const WeightBlock& block) {
+  for (std::int32_t t = 0; t < block.count; ++t)
+    if (axis.weights[block.offset + t] != 1.0f) return false;
+  return static_cast<double>(block.sum) == static_cast<double>(block.count);
+}
+
+// With a sum that is a power of two and weights that are multiples of sum / kFinestStep, every partial sum of
+// the plain evaluation is a small multiple of that, so nothing in it is ever rounded. In an average only the
+// quotient is, and (2S + n) / 2n lies on an integer or at least 1 / 2n away from it.
+double ExactStep(const AxisWeights& axis, const WeightBlock& block) {
+  if (block.count <= kLongestAverage && IsAverage(axis, block)) return 1.0 / (2.0 * block.count);
+  if (!PowerOfTwo(block.sum)) return 0.0;
+  std::uint32_t bits = kFinestStep / 2;
+  for (std::int32_t t = 0; t < block.count; ++t) {
+    const double x =
+        static_cast<double>(axis.weights[block.offset + t]) / static_cast<double>(block.sum) * kFinestStep;
+    const std::int32_t whole = TruncateToInt32(x);
+    if (x != whole) return 0.0;
+    bits |= static_cast<std::uint32_t>(whole);
+  }
+  return static_cast<double>(bits & (~bits + 1)) / kFinestStep;
 }
 
 }  // namespace pixmorph::kernels

@@ -40,6 +40,13 @@ std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count);
 AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std::int32_t sourceLength,
                           void* memory);
 
+// Says of a block that the plain evaluation decides it exactly: every channel value plus 1/2 is a multiple of
+// the result, and an exact half is rounded up. 0 when that can't be said. [pure]
+double ExactStep(const AxisWeights& axis, const WeightBlock& block);
+
+// True for the average of `count` samples: weights of 1 and their number as the sum. [pure]
+bool IsAverage(const AxisWeights& axis, const WeightBlock& block);
+
 }  // namespace pixmorph::kernels
 
 #endif  // PIXMORPH_KERNELS_RESAMPLE_WEIGHTS_H_
