@@ -9,6 +9,13 @@
 // Both averages are truncated quotients of exact integer sums; edge pixels are repeated outwards.
 namespace pixmorph::kernels {
 
+// How a sum is divided by the box without a division, by the size of the box.
+enum class BlurRange : std::uint8_t {
+  kNarrow,  // up to 257: 16-bit sums; (sum + bias) * factor >> 16 + shift
+  kWide,    // up to 26213: 32-bit sums; sum * inverse, truncated
+  kHuge,    // beyond: 32-bit sums; sum * factor >> 32 + shift
+};
+
 // What one blur has in common for all its rows. Made by `PlanBlur`.
 struct BlurPlan {
   std::int32_t width;   // pixels in a row, 1 .. 32767
@@ -17,15 +24,17 @@ struct BlurPlan {
   std::int32_t
       reach;  // pixels to look ahead and back: the radius, or what is as good for a row of this width
   std::int32_t padding;  // copies of the edge pixel in front of and behind an intermediate row
-  bool narrow;           // sums fit 16 bits
-  bool biased;           // narrow sums are kept one too large
-  std::uint32_t factor;  // sum / box = (sum + bias) * factor >> (narrow ? 16 : 32) + shift, for every sum
-  std::int32_t shift;    // 0 .. 20
-  bool streaming;        // results go past the caches
+  std::uint32_t top;     // top byte of the result's pixels: 0 or 0xFF000000
+  BlurRange range;
+  bool biased;     // sums are kept one too large
+  bool streaming;  // results go past the caches
+  std::uint32_t factor;
+  std::int32_t shift;  // 0 .. 20
+  float inverse;
 };
 
 // [pure]
-BlurPlan PlanBlur(std::int32_t width, std::int32_t height, std::int32_t radius);
+BlurPlan PlanBlur(std::int32_t width, std::int32_t height, std::int32_t radius, std::uint32_t top);
 
 // Bytes that the column sums take, aligned to 64. [pure]
 std::int64_t BlurSumBytes(const BlurPlan& plan);
@@ -33,6 +42,14 @@ std::int64_t BlurSumBytes(const BlurPlan& plan);
 // last vector. The row itself starts at pixel `BlurRowStart`. [pure]
 std::int32_t BlurRowPixels(const BlurPlan& plan);
 std::int32_t BlurRowStart(const BlurPlan& plan);
+
+// Source rows around one step of the box down the columns.
+struct BlurSourceRows {
+  const std::uint8_t* entering;
+  const std::uint8_t* leaving;
+  const std::uint8_t* soonEntering;  // to be fetched into the caches: any addresses, never read
+  const std::uint8_t* soonLeaving;
+};
 
 // The two passes over 32-bit rows, row by row; the top bytes of what is read never count. `sums` is memory of
 // `BlurSumBytes`, laid out as the level likes. Source rows that change between entering
@@ -44,11 +61,9 @@ struct BlurKernels {
   void (*addRow)(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
   // Writes the columns' averages and the padding on either side to an intermediate row, then moves the sums
   // down by one row. Reads exactly `width` pixels of each source row.
-  void (*averageColumns)(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
-                         const std::uint8_t* leaving);
-  // Averages along an intermediate row. Writes exactly `width` pixels, with `top` (0 or 0xFF000000) for top
-  // byte.
-  void (*averageRow)(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from, std::uint32_t top);
+  void (*averageColumns)(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows);
+  // Averages along an intermediate row. Writes exactly `width` pixels.
+  void (*averageRow)(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from);
 };
 
 extern const BlurKernels kBlurScalar, kBlurSse2, kBlurSse41, kBlurAvx2, kBlurAvx512;
@@ -77,9 +92,8 @@ void AverageRow(PixelLayout layout, std::uint8_t* to, const std::uint8_t* from, 
 // The entries of `kBlurScalar`.
 void StartSums(const BlurPlan& plan, void* sums);
 void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
-void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
-                    const std::uint8_t* leaving);
-void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from, std::uint32_t top);
+void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows);
+void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from);
 
 }  // namespace ref
 

@@ -1,3 +1,5 @@
+#include <string.h>
+
 #include "kernels/blur_kernel.h"
 
 namespace pixmorph::kernels {
@@ -13,15 +15,16 @@ std::int32_t RoundUp(std::int32_t pixels) { return (pixels + kPixelsPerVector - 
 // = up * box - 2^n. That stays below 1 / box, and so below the next integer, for every sum up to 255 * box
 // when 255 * box * error < 2^n. With down = 2^n / box rounded down, (sum + 1) * down / 2^n falls short of
 // (sum + 1) / box, by no more than 1 / box when (255 * box + 1) * error <= 2^n with error = 2^n - down * box:
-// so it lies from sum / box to below (sum + 1) / box, and has the same whole part as sum / box.
-// Only narrow sums with room for one more have use for that.
-bool SetQuotient(BlurPlan* plan, std::int32_t shift) {
-  const std::uint64_t power = 1ull << ((plan->narrow ? 16 : 32) + shift);
+// so it lies from sum / box to below (sum + 1) / box, and has the same whole part as sum / box. Only narrow
+// sums with room for one more use that.
+bool SetFactor(BlurPlan* plan, std::int32_t shift) {
+  const bool narrow = plan->range == BlurRange::kNarrow;
+  const std::uint64_t power = 1ull << ((narrow ? 16 : 32) + shift);
   const std::uint64_t box = static_cast<std::uint64_t>(plan->box);
   const std::uint64_t down = power / box;  // never exact: the box is odd and above 1
   const std::uint64_t largest = 255 * box;
   const bool fitsUp = largest * ((down + 1) * box - power) < power;
-  const bool hasRoom = plan->narrow && largest + 1 < 65536;
+  const bool hasRoom = narrow && largest + 1 < 65536;
   const bool fitsDown = hasRoom && (largest + 1) * (power - down * box) <= power;
   if (!fitsUp && !fitsDown) return false;
   plan->biased = !fitsUp;
@@ -30,30 +33,57 @@ bool SetQuotient(BlurPlan* plan, std::int32_t shift) {
   return true;
 }
 
+// The smallest float that is not below 1 / box: 1 / box * (1 + e) with 0 <= e < 2^-23. For the sum k * box, k
+// up to 255, the product is then k or more, and so is the rounded product. For k * box - 1, the last sum that
+// must stay below k, the product is less than k - 1 / box + k * e; rounding reaches k only from k - 2^-17 on
+// (floats below 256 are 2^-16 apart), which 1 / box > 255 * 2^-23 + 2^-17 rules out: for a box below 26214.
+// Sums are exact in a float: 255 * 26213 < 2^24. A factor of 65536 changes none of this.
+float InverseFromAbove(std::int32_t box) {
+  const float nearest = 1.0f / static_cast<float>(box);
+  // Exact: 24 bits times 15.
+  if (static_cast<double>(nearest) * box >= 1.0) return nearest;
+  std::uint32_t bits;
+  memcpy(&bits, &nearest, sizeof bits);
+  ++bits;
+  float above;
+  memcpy(&above, &bits, sizeof above);
+  return above;
+}
+
 // The largest box whose 255-fold fits 16 bits: 257, which takes no bias.
 constexpr std::int32_t kLargestNarrowBox = 257;
+constexpr std::int32_t kLargestWideBox = 26213;
 
 // Results beyond the size of a second-level cache are not read back from there anyway.
 constexpr std::int64_t kStreamedPixels = 256 * 1024;
 
+void SetQuotient(BlurPlan* plan) {
+  plan->range = plan->box <= kLargestNarrowBox ? BlurRange::kNarrow
+                : plan->box <= kLargestWideBox ? BlurRange::kWide
+                                               : BlurRange::kHuge;
+  plan->inverse = InverseFromAbove(plan->box);
+  if (plan->range == BlurRange::kWide) return;
+  // A shift up to the whole part of log2(box) keeps the factor below 2^16 or 2^32. There, one of the two
+  // errors is at most box / 2, which is small enough for narrow sums; otherwise 510 * box < 2^32 is. No shift
+  // saves an instruction.
+  std::int32_t shift = 0;
+  while (!SetFactor(plan, shift)) ++shift;
+}
+
 }  // namespace
 
-BlurPlan PlanBlur(std::int32_t width, std::int32_t height, std::int32_t radius) {
+BlurPlan PlanBlur(std::int32_t width, std::int32_t height, std::int32_t radius, std::uint32_t top) {
   BlurPlan plan{};
   plan.width = width;
   plan.radius = radius;
   plan.box = 2 * radius + 1;
+  plan.top = top;
   // Beyond an edge all pixels are alike, so that looking further makes no difference. The vector more is for
   // rows that are taken from before their first pixel on, so that stores are aligned.
   plan.reach = radius < width + kPixelsPerVector ? radius : width + kPixelsPerVector;
   plan.padding = plan.reach + kPixelsPerVector;
   plan.streaming = static_cast<std::int64_t>(width) * height >= kStreamedPixels;
-  plan.narrow = plan.box <= kLargestNarrowBox;
-  // A shift up to the whole part of log2(box) keeps the factor below 2^16 or 2^32. There, one of the two
-  // errors is at most box / 2 and fits a narrow quotient; a wide one has 510 * box < 2^32. No shift saves an
-  // instruction.
-  std::int32_t shift = 0;
-  while (!SetQuotient(&plan, shift)) ++shift;
+  SetQuotient(&plan);
   return plan;
 }
 

@@ -77,20 +77,14 @@ void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, st
   AddRow(Planes(plan, sums), PixelLayout::kBgrx0, row, plan.width, times);
 }
 
-void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
-                    const std::uint8_t* leaving) {
+void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
   const ColumnSums planes = Planes(plan, sums);
   WriteAverages(planes, plan.box, PixelLayout::kBgrx0, to, plan.width);
-  MoveDown(planes, PixelLayout::kBgrx0, entering, leaving, plan.width);
-  std::uint8_t* last = to + (plan.width - 1) * 4;
-  for (std::int32_t i = 1; i <= plan.padding; ++i) {
-    Bgrx0::Store(to - i * 4, Bgrx0::Load(to));
-    Bgrx0::Store(last + i * 4, Bgrx0::Load(last));
-  }
+  MoveDown(planes, PixelLayout::kBgrx0, rows.entering, rows.leaving, plan.width);
 }
 
-void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from, std::uint32_t top) {
-  AverageRow(top ? PixelLayout::kBgrxF : PixelLayout::kBgrx0, to, from, plan.width, plan.radius);
+void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
+  AverageRow(plan.top ? PixelLayout::kBgrxF : PixelLayout::kBgrx0, to, from, plan.width, plan.radius);
 }
 
 }  // namespace ref

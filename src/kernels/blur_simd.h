@@ -44,7 +44,19 @@ struct WideSums {
 
 template <class V>
 struct WideQuotient {
-  explicit WideQuotient(const BlurPlan& plan) : factor(V::Set32(plan.factor)), shift(plan.shift) {}
+  explicit WideQuotient(const BlurPlan& plan)
+      : inverse(V::SetFloat(plan.inverse)), shiftedInverse(V::SetFloat(plan.inverse * 65536)) {}
+  PIXMORPH_INLINE_MEMBER V Of(const WideSums<V>& sums) const {
+    const V even = V::Truncate32(V::MulFloat(V::ToFloat32(sums.even), inverse));
+    const V odd = V::Truncate32(V::MulFloat(V::ToFloat32(sums.odd), shiftedInverse));
+    return V::Or(even, V::And(odd, V::Set32(0xFFFF0000)));
+  }
+  V inverse, shiftedInverse;
+};
+
+template <class V>
+struct HugeQuotient {
+  explicit HugeQuotient(const BlurPlan& plan) : factor(V::Set32(plan.factor)), shift(plan.shift) {}
   PIXMORPH_INLINE_MEMBER V Of(V sums) const {
     const V low = V::ShiftRight64(V::MulEven32(sums, factor), 32 + shift);
     const V high = V::ShiftRight64(V::MulEven32(V::ShiftRight64(sums, 32), factor), shift);
@@ -62,11 +74,18 @@ struct WideQuotient {
 // Calls `block(offsetBytes, entering, leaving)` for each vector of the two source rows; the last one is
 // filled up with bytes of no meaning, since nothing behind a row may be read.
 template <class V, class Block>
-PIXMORPH_INLINE void ForEachVector(std::int32_t width, const std::uint8_t* entering,
-                                   const std::uint8_t* leaving, Block block) {
+PIXMORPH_INLINE void ForEachVector(std::int32_t width, const BlurSourceRows& rows, Block block) {
+  const std::uint8_t* const entering = rows.entering;
+  const std::uint8_t* const leaving = rows.leaving;
+  const std::uint8_t* const soonEntering = rows.soonEntering;
+  const std::uint8_t* const soonLeaving = rows.soonLeaving;
   const std::int32_t bytes = width * 4;
   std::int32_t at = 0;
-  for (; at + V::kBytes <= bytes; at += V::kBytes) block(at, V::Load(entering + at), V::Load(leaving + at));
+  for (; at + V::kBytes <= bytes; at += V::kBytes) {
+    V::Prefetch(soonEntering + at);
+    V::Prefetch(soonLeaving + at);
+    block(at, V::Load(entering + at), V::Load(leaving + at));
+  }
   if (at == bytes) return;
   alignas(64) std::uint8_t ends[2][V::kBytes] = {};
   const std::size_t left = static_cast<std::size_t>(bytes - at);
@@ -90,10 +109,10 @@ PIXMORPH_INLINE void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
   const V factor = V::Set16(static_cast<std::int16_t>(times));
   const V wideFactor = V::Set32(static_cast<std::uint32_t>(times));
-  ForEachVector<V>(plan.width, row, row, [=](std::int32_t at, V pixels, V) {
+  ForEachVector<V>(plan.width, {row, row, row, row}, [=](std::int32_t at, V pixels, V) {
     const V numbers[2] = {V::UnpackLow8(pixels), V::UnpackHigh8(pixels)};
     for (int half = 0; half < 2; ++half) {
-      if (plan.narrow) {
+      if (plan.range == BlurRange::kNarrow) {
         std::uint8_t* sum = first + at * 2 + half * V::kBytes;
         V::Add16(V::LoadAligned(sum), V::MulLow16(numbers[half], factor)).StoreAligned(sum);
       } else {
@@ -110,13 +129,14 @@ PIXMORPH_INLINE void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t
 
 template <class V, bool kShifted>
 PIXMORPH_INLINE void AverageColumnsNarrow(const BlurPlan& plan, std::uint8_t* to, void* sums,
-                                          const std::uint8_t* entering, const std::uint8_t* leaving) {
+                                          const BlurSourceRows& rows) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
   const NarrowQuotient<V, kShifted> quotient(plan);
-  ForEachVector<V>(plan.width, entering, leaving, [=](std::int32_t at, V in, V out) {
+  const V tops = V::Set32(plan.top);
+  ForEachVector<V>(plan.width, rows, [=](std::int32_t at, V in, V out) {
     std::uint8_t* sum = first + at * 2;
     const Pair<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
-    quotient.Pixels(box).StoreAligned(to + at);
+    V::WithTops(quotient.Pixels(box), tops).StoreAligned(to + at);
     Pair<V> change;
     V::Subtract8(in, out, &change.lo, &change.hi);
     V::Add16(box.lo, change.lo).StoreAligned(sum);
@@ -124,12 +144,13 @@ PIXMORPH_INLINE void AverageColumnsNarrow(const BlurPlan& plan, std::uint8_t* to
   });
 }
 
-template <class V>
+template <class V, class Quotient>
 PIXMORPH_INLINE void AverageColumnsWide(const BlurPlan& plan, std::uint8_t* to, void* sums,
-                                        const std::uint8_t* entering, const std::uint8_t* leaving) {
+                                        const BlurSourceRows& rows) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
-  const WideQuotient<V> quotient(plan);
-  ForEachVector<V>(plan.width, entering, leaving, [=](std::int32_t at, V in, V out) {
+  const Quotient quotient(plan);
+  const V tops = V::Set32(plan.top);
+  ForEachVector<V>(plan.width, rows, [=](std::int32_t at, V in, V out) {
     V change[2], averages[2];
     V::Subtract8(in, out, &change[0], &change[1]);
     for (int half = 0; half < 2; ++half) {
@@ -140,7 +161,7 @@ PIXMORPH_INLINE void AverageColumnsWide(const BlurPlan& plan, std::uint8_t* to, 
       box.even.StoreAligned(sum);
       box.odd.StoreAligned(sum + V::kBytes);
     }
-    V::Pack16(averages[0], averages[1]).StoreAligned(to + at);
+    V::WithTops(V::Pack16(averages[0], averages[1]), tops).StoreAligned(to + at);
   });
 }
 
@@ -159,14 +180,15 @@ PIXMORPH_INLINE void PadRow(const BlurPlan& plan, std::uint8_t* row) {
 
 template <class V>
 PIXMORPH_INLINE void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums,
-                                    const std::uint8_t* entering, const std::uint8_t* leaving) {
-  if (!plan.narrow)
-    AverageColumnsWide<V>(plan, to, sums, entering, leaving);
+                                    const BlurSourceRows& rows) {
+  if (plan.range == BlurRange::kHuge)
+    AverageColumnsWide<V, HugeQuotient<V>>(plan, to, sums, rows);
+  else if (plan.range == BlurRange::kWide)
+    AverageColumnsWide<V, WideQuotient<V>>(plan, to, sums, rows);
   else if (plan.shift)
-    AverageColumnsNarrow<V, true>(plan, to, sums, entering, leaving);
+    AverageColumnsNarrow<V, true>(plan, to, sums, rows);
   else
-    AverageColumnsNarrow<V, false>(plan, to, sums, entering, leaving);
-  PadRow<V>(plan, to);
+    AverageColumnsNarrow<V, false>(plan, to, sums, rows);
 }
 
 // ---- along a row
@@ -197,7 +219,7 @@ struct NarrowRow {
   NarrowRow(const BlurPlan& plan, const std::uint32_t (&start)[4])
       : quotient(plan),
         carry(V::Set64((start[0] & 0xFFFF) | start[1] << 16 |
-                       static_cast<std::uint64_t>(start[2] & 0xFFFF) << 32)) {}
+                       static_cast<std::uint64_t>((start[2] & 0xFFFF) | start[3] << 16) << 32)) {}
   PIXMORPH_INLINE_MEMBER V Next(V in, V out) {
     const Prefix<V> p = RunningSums(in, out);
     const V base = V::Add16(carry, p.groups);
@@ -208,11 +230,12 @@ struct NarrowRow {
   V carry;
 };
 
-template <class V>
+template <class V, class Quotient>
 struct WideRow {
   WideRow(const BlurPlan& plan, const std::uint32_t (&start)[4])
       : quotient(plan),
-        carry{V::Set64(start[0] | static_cast<std::uint64_t>(start[2]) << 32), V::Set64(start[1])} {}
+        carry{V::Set64(start[0] | static_cast<std::uint64_t>(start[2]) << 32),
+              V::Set64(start[1] | static_cast<std::uint64_t>(start[3]) << 32)} {}
   PIXMORPH_INLINE_MEMBER V Next(V in, V out) {
     const Prefix<V> p = RunningSums(in, out);
     WideSums<V> lo = carry, hi = carry;
@@ -221,11 +244,11 @@ struct WideRow {
     carry.Add(p.total);
     return V::Pack16(quotient.Of(lo), quotient.Of(hi));
   }
-  WideQuotient<V> quotient;
+  Quotient quotient;
   WideSums<V> carry;
 };
 
-// Sums of the box around the pixel before pixel `first` (0 or less): blue, green, red, 0.
+// Sums of the box around the pixel before pixel `first` (0 or less): blue, green, red, top.
 template <class V>
 PIXMORPH_INLINE void SumsBefore(const BlurPlan& plan, const std::uint8_t* row, std::int32_t first,
                                 std::uint32_t (&sums)[4]) {
@@ -237,7 +260,7 @@ PIXMORPH_INLINE void SumsBefore(const BlurPlan& plan, const std::uint8_t* row, s
   const std::uint8_t* last = row + (plan.width - 1) * 4;
   for (int c = 0; c < 3; ++c)
     sums[c] = static_cast<std::uint32_t>(row[c] * inFront + last[c] * behind + (plan.biased ? 1 : 0));
-  sums[3] = 0;
+  sums[3] = (plan.top >> 24) * static_cast<std::uint32_t>(plan.box) + (plan.biased ? 1 : 0);
   std::int32_t x = 0;
   V blue = V::Zero(), green = V::Zero(), red = V::Zero();
   for (; x + V::kPixels <= inside; x += V::kPixels) {
@@ -263,8 +286,8 @@ PIXMORPH_INLINE void CopyPixels(std::uint8_t* to, V pixels, std::int32_t from, s
 // Vectors are taken so that the stores to the result are aligned: the first one may begin up to a vector
 // before the row, which the padding allows for.
 template <class V, class Row>
-PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from,
-                                  std::uint32_t top) {
+PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
+  PadRow<V>(plan, from);
   const std::uintptr_t misalignment = reinterpret_cast<std::uintptr_t>(to) % V::kBytes;
   const bool aligned = misalignment % 4 == 0;
   std::int32_t x = aligned ? -static_cast<std::int32_t>(misalignment / 4) : 0;
@@ -273,10 +296,7 @@ PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, const 
   Row row(plan, start);
   const std::uint8_t* in = from + plan.reach * 4;
   const std::uint8_t* out = from - (plan.reach + 1) * 4;
-  const V colours = V::Set32(0x00FFFFFF), tops = V::Set32(top);
-  const auto next = [&](std::int32_t at) {
-    return V::Or(V::And(row.Next(V::Load(in + at * 4), V::Load(out + at * 4)), colours), tops);
-  };
+  const auto next = [&](std::int32_t at) { return row.Next(V::Load(in + at * 4), V::Load(out + at * 4)); };
   if (x < 0) {
     const std::int32_t end = x + V::kPixels < plan.width ? x + V::kPixels : plan.width;
     CopyPixels<V>(to, next(x), -x, end);
@@ -284,6 +304,7 @@ PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, const 
   }
   if (aligned && plan.streaming) {
     for (; x + V::kPixels <= plan.width; x += V::kPixels) next(x).Stream(to + x * 4);
+    V::EndStreaming();
   } else {
     for (; x + V::kPixels <= plan.width; x += V::kPixels) next(x).Store(to + x * 4);
   }
@@ -291,29 +312,29 @@ PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, const 
 }
 
 template <class V>
-PIXMORPH_INLINE void AverageRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from,
-                                std::uint32_t top) {
-  if (!plan.narrow)
-    AverageRowBy<V, WideRow<V>>(plan, to, from, top);
+PIXMORPH_INLINE void AverageRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
+  if (plan.range == BlurRange::kHuge)
+    AverageRowBy<V, WideRow<V, HugeQuotient<V>>>(plan, to, from);
+  else if (plan.range == BlurRange::kWide)
+    AverageRowBy<V, WideRow<V, WideQuotient<V>>>(plan, to, from);
   else if (plan.shift)
-    AverageRowBy<V, NarrowRow<V, true>>(plan, to, from, top);
+    AverageRowBy<V, NarrowRow<V, true>>(plan, to, from);
   else
-    AverageRowBy<V, NarrowRow<V, false>>(plan, to, from, top);
+    AverageRowBy<V, NarrowRow<V, false>>(plan, to, from);
 }
 
-template <class V>
+// Sums are kept by one vector type; rows, which have no part in their layout, may be left to another one.
+template <class ColumnsV, class V = ColumnsV>
 struct BlurOver {
-  static void StartSums(const BlurPlan& plan, void* sums) { kernels::StartSums<V>(plan, sums); }
+  static void StartSums(const BlurPlan& plan, void* sums) { kernels::StartSums<ColumnsV>(plan, sums); }
   static void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
-    kernels::AddRow<V>(plan, sums, row, times);
+    kernels::AddRow<ColumnsV>(plan, sums, row, times);
   }
-  static void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const std::uint8_t* entering,
-                             const std::uint8_t* leaving) {
-    kernels::AverageColumns<V>(plan, to, sums, entering, leaving);
+  static void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
+    kernels::AverageColumns<ColumnsV>(plan, to, sums, rows);
   }
-  static void AverageRow(const BlurPlan& plan, std::uint8_t* to, const std::uint8_t* from,
-                         std::uint32_t top) {
-    kernels::AverageRow<V>(plan, to, from, top);
+  static void AverageRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
+    kernels::AverageRow<V>(plan, to, from);
   }
   static constexpr BlurKernels kTable = {StartSums, AddRow, AverageColumns, AverageRow};
 };

@@ -1,10 +1,9 @@
 #ifndef PIXMORPH_KERNELS_VEC_AVX2_H_
 #define PIXMORPH_KERNELS_VEC_AVX2_H_
 
-#include <immintrin.h>
-
 #include <cstdint>
 
+#include "kernels/intrinsics.h"
 #include "support/numeric.h"
 
 // 32 bytes with AVX2.
@@ -31,7 +30,11 @@ struct VecAvx2 {
   PIXMORPH_INLINE_MEMBER void StoreAligned(std::uint8_t* p) const {
     _mm256_store_si256(reinterpret_cast<__m256i*>(p), r);
   }
-  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER static void Prefetch(const std::uint8_t* p) {
+    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0);
+  }
+  // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
+  PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
   PIXMORPH_INLINE_MEMBER void Stream(std::uint8_t* p) const {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(p), r);
   }
@@ -60,6 +63,9 @@ struct VecAvx2 {
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm256_unpackhi_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm256_packus_epi16(lo.r, hi.r)}; }
 
+  // Pixels with the top byte of `tops`.
+  PIXMORPH_OP WithTops(Self pixels, Self tops) { return Or(And(pixels, Set32(0x00FFFFFF)), tops); }
+
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm256_sad_epu8(a.r, Zero().r)}; }
 
@@ -87,6 +93,14 @@ struct VecAvx2 {
   // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
   PIXMORPH_OP SumOfEarlierGroups16(Self a) { return {_mm256_permute2x128_si256(a.r, a.r, 0x08)}; }
   PIXMORPH_OP LastGroup(Self a) { return {_mm256_permute2x128_si256(a.r, a.r, 0x11)}; }
+
+  // 32-bit lanes as floats.
+  PIXMORPH_OP SetFloat(float v) { return {_mm256_castps_si256(_mm256_set1_ps(v))}; }
+  PIXMORPH_OP ToFloat32(Self a) { return {_mm256_castps_si256(_mm256_cvtepi32_ps(a.r))}; }
+  PIXMORPH_OP Truncate32(Self a) { return {_mm256_cvttps_epi32(_mm256_castsi256_ps(a.r))}; }
+  PIXMORPH_OP MulFloat(Self a, Self b) {
+    return {_mm256_castps_si256(_mm256_mul_ps(_mm256_castsi256_ps(a.r), _mm256_castsi256_ps(b.r)))};
+  }
 #undef PIXMORPH_OP
 };
 

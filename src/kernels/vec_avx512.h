@@ -1,15 +1,9 @@
 #ifndef PIXMORPH_KERNELS_VEC_AVX512_H_
 #define PIXMORPH_KERNELS_VEC_AVX512_H_
 
-// The compiler's own header leaves "undefined" vectors uninitialised and is then warned about them.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-
 #include <cstdint>
 
+#include "kernels/intrinsics.h"
 #include "support/numeric.h"
 
 // 64 bytes with AVX-512 (F, BW, DQ, VL, VBMI, VNNI).
@@ -28,7 +22,11 @@ struct VecAvx512 {
   PIXMORPH_OP LoadAligned(const std::uint8_t* p) { return {_mm512_load_si512(p)}; }
   PIXMORPH_INLINE_MEMBER void Store(std::uint8_t* p) const { _mm512_storeu_si512(p, r); }
   PIXMORPH_INLINE_MEMBER void StoreAligned(std::uint8_t* p) const { _mm512_store_si512(p, r); }
-  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER static void Prefetch(const std::uint8_t* p) {
+    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0);
+  }
+  // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
+  PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
   PIXMORPH_INLINE_MEMBER void Stream(std::uint8_t* p) const {
     _mm512_stream_si512(reinterpret_cast<__m512i*>(p), r);
   }
@@ -57,6 +55,11 @@ struct VecAvx512 {
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm512_unpackhi_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm512_packus_epi16(lo.r, hi.r)}; }
 
+  // Pixels with the top byte of `tops`.
+  PIXMORPH_OP WithTops(Self pixels, Self tops) {
+    return {_mm512_ternarylogic_epi32(pixels.r, Set32(0x00FFFFFF).r, tops.r, 0xEA)};
+  }
+
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm512_sad_epu8(a.r, Zero().r)}; }
 
@@ -82,11 +85,19 @@ struct VecAvx512 {
 
   // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
   PIXMORPH_OP SumOfEarlierGroups16(Self a) {
-    const __m512i one = _mm512_alignr_epi64(a.r, Zero().r, 6);
-    const __m512i two = _mm512_add_epi16(one, _mm512_alignr_epi64(one, Zero().r, 6));
-    return {_mm512_add_epi16(two, _mm512_alignr_epi64(two, Zero().r, 4))};
+    const __m512i one = _mm512_maskz_shuffle_i64x2(0xFC, a.r, a.r, 0x90);
+    const __m512i two = _mm512_add_epi16(one, _mm512_maskz_shuffle_i64x2(0xFC, one, one, 0x90));
+    return {_mm512_add_epi16(two, _mm512_maskz_shuffle_i64x2(0xF0, two, two, 0x40))};
   }
   PIXMORPH_OP LastGroup(Self a) { return {_mm512_shuffle_i64x2(a.r, a.r, 0xFF)}; }
+
+  // 32-bit lanes as floats.
+  PIXMORPH_OP SetFloat(float v) { return {_mm512_castps_si512(_mm512_set1_ps(v))}; }
+  PIXMORPH_OP ToFloat32(Self a) { return {_mm512_castps_si512(_mm512_cvtepi32_ps(a.r))}; }
+  PIXMORPH_OP Truncate32(Self a) { return {_mm512_cvttps_epi32(_mm512_castsi512_ps(a.r))}; }
+  PIXMORPH_OP MulFloat(Self a, Self b) {
+    return {_mm512_castps_si512(_mm512_mul_ps(_mm512_castsi512_ps(a.r), _mm512_castsi512_ps(b.r)))};
+  }
 #undef PIXMORPH_OP
 };
 

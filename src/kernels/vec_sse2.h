@@ -29,7 +29,11 @@ struct VecSse2 {
   PIXMORPH_INLINE_MEMBER void StoreAligned(std::uint8_t* p) const {
     _mm_store_si128(reinterpret_cast<__m128i*>(p), r);
   }
-  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER static void Prefetch(const std::uint8_t* p) {
+    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0);
+  }
+  // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
+  PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
   PIXMORPH_INLINE_MEMBER void Stream(std::uint8_t* p) const {
     _mm_stream_si128(reinterpret_cast<__m128i*>(p), r);
   }
@@ -57,6 +61,9 @@ struct VecSse2 {
   PIXMORPH_OP UnpackLow8(Self a) { return {_mm_unpacklo_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm_unpackhi_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm_packus_epi16(lo.r, hi.r)}; }
+
+  // Pixels with the top byte of `tops`.
+  PIXMORPH_OP WithTops(Self pixels, Self tops) { return Or(And(pixels, Set32(0x00FFFFFF)), tops); }
 
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm_sad_epu8(a.r, Zero().r)}; }
@@ -86,6 +93,14 @@ struct VecSse2 {
   // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
   PIXMORPH_OP SumOfEarlierGroups16(Self) { return Zero(); }
   PIXMORPH_OP LastGroup(Self a) { return a; }
+
+  // 32-bit lanes as floats.
+  PIXMORPH_OP SetFloat(float v) { return {_mm_castps_si128(_mm_set1_ps(v))}; }
+  PIXMORPH_OP ToFloat32(Self a) { return {_mm_castps_si128(_mm_cvtepi32_ps(a.r))}; }
+  PIXMORPH_OP Truncate32(Self a) { return {_mm_cvttps_epi32(_mm_castsi128_ps(a.r))}; }
+  PIXMORPH_OP MulFloat(Self a, Self b) {
+    return {_mm_castps_si128(_mm_mul_ps(_mm_castsi128_ps(a.r), _mm_castsi128_ps(b.r)))};
+  }
 #undef PIXMORPH_OP
 };
 
