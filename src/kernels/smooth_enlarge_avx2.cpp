@@ -37,6 +37,8 @@ struct Eight {
   PIXMORPH_INLINE_MEMBER static I Sub(I a, I b) { return _mm256_sub_epi32(a, b); }
   PIXMORPH_INLINE_MEMBER static I And(I a, I b) { return _mm256_and_si256(a, b); }
   PIXMORPH_INLINE_MEMBER static I Or(I a, I b) { return _mm256_or_si256(a, b); }
+  PIXMORPH_INLINE_MEMBER static I Xor(I a, I b) { return _mm256_xor_si256(a, b); }
+  PIXMORPH_INLINE_MEMBER static bool AnySet(I v) { return _mm256_testz_si256(v, v) == 0; }
   template <unsigned kBits>
   PIXMORPH_INLINE_MEMBER static I Right(I v) {
     return _mm256_srli_epi32(v, kBits);

@@ -38,6 +38,8 @@ struct Sixteen {
   PIXMORPH_INLINE_MEMBER static I Sub(I a, I b) { return _mm512_sub_epi32(a, b); }
   PIXMORPH_INLINE_MEMBER static I And(I a, I b) { return _mm512_and_si512(a, b); }
   PIXMORPH_INLINE_MEMBER static I Or(I a, I b) { return _mm512_or_si512(a, b); }
+  PIXMORPH_INLINE_MEMBER static I Xor(I a, I b) { return _mm512_xor_si512(a, b); }
+  PIXMORPH_INLINE_MEMBER static bool AnySet(I v) { return _mm512_test_epi32_mask(v, v) != 0; }
   template <unsigned kBits>
   PIXMORPH_INLINE_MEMBER static I Right(I v) {
     return _mm512_srli_epi32(v, kBits);

@@ -42,35 +42,42 @@ struct SmoothColumns {
 constexpr float kSmoothWeightScale = 65536.0f;
 
 // True for multiples of 1/256: products of two such weights with a byte, and their sums up to 256, are exact
-// in float. [pure]
+// in float. weight is 0 .. 1. [pure]
 PIXMORPH_INLINE bool IsExactSmoothWeight(float weight) {
+  constexpr float kNoFraction = 8388608.0f;  // adding 2^23 rounds to whole numbers
   const float scaled = weight * 256.0f;
-  return scaled == static_cast<float>(TruncateToInt32(scaled));
+  return (scaled + kNoFraction) - kNoFraction == scaled;
 }
+
+// A line and what is known of it.
+struct SmoothLine {
+  const float* values;
+  std::int32_t top;  // 0 .. 255: every pixel has this top byte, the channel's values don't count; else -1
+  bool exact;        // blended with exact weights, or not at all
+};
 
 // Widths and counts 1 and above; any alignment of pixels, lines at 64 bytes. Pixels are read and written
 // exactly as counted, nothing beside them. [pure]
 struct SmoothEnlargeKernels {
-  // One row of 32-bit pixels as a line.
-  void (*unpackLine)(float* line, const std::uint8_t* row, std::int32_t width);
+  // One row of 32-bit pixels as a line. Gives the top byte that all pixels have, or -1.
+  std::int32_t (*unpackLine)(float* line, const std::uint8_t* row, std::int32_t width);
   // out = upper × weight0 + lower × weight1 of a whole line, rounded after each step. `out` may equal
-  // neither.
+  // neither. Without `withTop` the top channel of `out` is left as it is.
   void (*blendLines)(float* out, const float* upper, const float* lower, float weight0, float weight1,
-                     std::int32_t width);
+                     std::int32_t width, bool withTop);
   // One row of 32-bit pixels from a line: each byte is trunc(0.5 + line[s] × weight0 + line[s + 1] ×
-  // weight1), as double arithmetic in this order gives it. `exactLine`: the line's values are multiples of
-  // 1/256.
-  void (*interpolateLine)(std::uint8_t* out, const float* line, const SmoothColumns& columns, bool exactLine);
+  // weight1), as double arithmetic in this order gives it.
+  void (*interpolateLine)(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns);
 };
 
 extern const SmoothEnlargeKernels kSmoothEnlargeScalar, kSmoothEnlargeSse2, kSmoothEnlargeSse41,
     kSmoothEnlargeAvx2, kSmoothEnlargeAvx512;
 
 namespace ref {
-void UnpackLine(float* line, const std::uint8_t* row, std::int32_t width);
+std::int32_t UnpackLine(float* line, const std::uint8_t* row, std::int32_t width);
 void BlendLines(float* out, const float* upper, const float* lower, float weight0, float weight1,
-                std::int32_t width);
-void InterpolateLine(std::uint8_t* out, const float* line, const SmoothColumns& columns, bool exactLine);
+                std::int32_t width, bool withTop);
+void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns);
 
 // The two steps for one byte of a pixel, straight from the definition with all four taps; any layout.
 // `buffer` has one entry per source column. rows: s − 1, s, s + 1, s + 2, clamped to the picture.

@@ -49,13 +49,16 @@ void SmoothHorizontal(std::uint8_t* out, std::int32_t pixelBytes, const float* b
   }
 }
 
-void UnpackLine(float* line, const std::uint8_t* row, std::int32_t width) {
+std::int32_t UnpackLine(float* line, const std::uint8_t* row, std::int32_t width) {
+  bool alike = true;
   for (std::int32_t i = 0; i < width * 4; ++i) line[i] = row[i];
+  for (std::int32_t i = 0; i < width * 4; i += 4) alike = alike && row[i + 3] == row[3];
   for (std::int32_t i = 0; i < 4; ++i) line[width * 4 + i] = line[width * 4 - 4 + i];
+  return alike ? row[3] : -1;
 }
 
 void BlendLines(float* out, const float* upper, const float* lower, float weight0, float weight1,
-                std::int32_t width) {
+                std::int32_t width, bool /*withTop*/) {
   for (std::int32_t i = 0; i < width * 4 + 4; ++i) {
     const float above = upper[i] * weight0;
     const float below = lower[i] * weight1;
@@ -63,15 +66,16 @@ void BlendLines(float* out, const float* upper, const float* lower, float weight
   }
 }
 
-void InterpolateLine(std::uint8_t* out, const float* line, const SmoothColumns& columns, bool /*exactLine*/) {
+void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns) {
   for (std::int32_t x = 0; x < columns.count; ++x) {
     for (int channel = 0; channel < 4; ++channel) {
-      const float* sample = line + columns.index[x] * 4 + channel;
+      const float* sample = line.values + columns.index[x] * 4 + channel;
       double v = 0.5 * kSmoothWeightScale;
       v = v + double{sample[0]} * columns.weight0[x];
       v = v + double{sample[4]} * columns.weight1[x];
       *out++ = ClampToByte(TruncateToInt32(v / kSmoothWeightScale));
     }
+    if (line.top >= 0) out[-1] = static_cast<std::uint8_t>(line.top);
   }
 }
 

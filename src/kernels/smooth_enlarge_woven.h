@@ -28,15 +28,16 @@ PIXMORPH_INLINE __m128i LoadPixel(const std::uint8_t* p) {
 }
 
 template <class V>
-void UnpackLine(float* line, const std::uint8_t* row, std::int32_t width) {
+std::int32_t UnpackLine(float* line, const std::uint8_t* row, std::int32_t width) {
   for (std::int32_t x = 0; x < width; ++x)
     _mm_store_ps(line + x * 4, _mm_cvtepi32_ps(V::Widen(LoadPixel(row + x * 4))));
   _mm_store_ps(line + width * 4, _mm_load_ps(line + width * 4 - 4));
+  return -1;  // four channels at once cost no more than three
 }
 
 template <class V>
 void BlendLines(float* out, const float* upper, const float* lower, float weight0, float weight1,
-                std::int32_t width) {
+                std::int32_t width, bool /*withTop*/) {
   const __m128 w0 = _mm_set1_ps(weight0), w1 = _mm_set1_ps(weight1);
   for (std::int32_t i = 0; i < width * 4 + 4; i += 4) {
     const __m128 above = _mm_mul_ps(_mm_load_ps(upper + i), w0);
@@ -78,26 +79,31 @@ PIXMORPH_INLINE __m128i NewPixel(const float* line, const SmoothColumns& columns
 }
 
 template <bool kTested, bool kExactLine>
+PIXMORPH_INLINE __m128i FourPixels(const float* line, const SmoothColumns& columns, std::int32_t x) {
+  const auto pixel = [&](std::int32_t at) { return NewPixel<kTested, kExactLine>(line, columns, at); };
+  const __m128i low = _mm_packs_epi32(pixel(x), pixel(x + 1));
+  return _mm_packus_epi16(low, _mm_packs_epi32(pixel(x + 2), pixel(x + 3)));
+}
+
+template <bool kTested, bool kExactLine>
 PIXMORPH_INLINE void InterpolateLineOf(std::uint8_t* out, const float* line, const SmoothColumns& columns) {
-  const auto pixel = [&](std::int32_t x) { return NewPixel<kTested, kExactLine>(line, columns, x); };
   std::int32_t x = 0;
-  for (; x + 4 <= columns.count; x += 4) {
-    const __m128i low = _mm_packs_epi32(pixel(x), pixel(x + 1));
-    const __m128i high = _mm_packs_epi32(pixel(x + 2), pixel(x + 3));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 4), _mm_packus_epi16(low, high));
-  }
+  for (; x + 4 <= columns.count; x += 4)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 4),
+                     FourPixels<kTested, kExactLine>(line, columns, x));
   for (; x < columns.count; ++x) {
-    const __m128i lanes = _mm_packs_epi32(pixel(x), pixel(x));
+    const __m128i lanes =
+        _mm_packs_epi32(NewPixel<kTested, kExactLine>(line, columns, x), _mm_setzero_si128());
     const std::int32_t packed = _mm_cvtsi128_si32(_mm_packus_epi16(lanes, lanes));
     __builtin_memcpy(out + x * 4, &packed, 4);
   }
 }
 
 template <class V>
-void InterpolateLine(std::uint8_t* out, const float* line, const SmoothColumns& columns, bool exactLine) {
-  if (!exactLine) return InterpolateLineOf<true, false>(out, line, columns);
-  if (!columns.allExact) return InterpolateLineOf<true, true>(out, line, columns);
-  InterpolateLineOf<false, true>(out, line, columns);
+void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns) {
+  if (!line.exact) return InterpolateLineOf<true, false>(out, line.values, columns);
+  if (!columns.allExact) return InterpolateLineOf<true, true>(out, line.values, columns);
+  InterpolateLineOf<false, true>(out, line.values, columns);
 }
 
 }  // namespace

@@ -63,36 +63,39 @@ void SmoothRows::FillColumns(std::int32_t* index, float* weight0, float* weight1
   columns_.exactMask = exactMask;
 }
 
-const float* SmoothRows::Line(std::int32_t sourceRow, std::int32_t besides) {
+// The slot that holds a source row as a line; the one that holds row `besides` is left alone.
+int SmoothRows::Slot(std::int32_t sourceRow, std::int32_t besides) {
   for (int i = 0; i < 2; ++i)
-    if (lineOf_[i] == sourceRow) return lines_[i];
+    if (lineOf_[i] == sourceRow) return i;
   const int slot = lineOf_[0] == besides ? 1 : 0;
   const std::uint8_t* pixels = source_.rows.Row(sourceRow);
   if (source_.layout == PixelLayout::kRgb24) {
     pack_.rgb24ToBgrx(row_, pixels, source_.width, 0xFF000000u);
     pixels = row_;
   }
-  kernels_.unpackLine(lines_[slot], pixels, source_.width);
+  lineTop_[slot] = kernels_.unpackLine(lines_[slot], pixels, source_.width);
   lineOf_[slot] = sourceRow;
-  return lines_[slot];
+  return slot;
 }
 
-const float* SmoothRows::BlendedLine(std::int32_t y) {
+kernels::SmoothLine SmoothRows::LineAt(std::int32_t y) {
   const kernels::SmoothWeights& weights = tables_.RowWeights(y);
   const std::int32_t s = tables_.RowIndex(y);
   const std::int32_t below = s + 1 < source_.height ? s + 1 : source_.height - 1;
-  const float* upper = Line(s, below);
+  const int upper = Slot(s, below);
   // Adding nothing of the row below changes no value.
-  if (weights.tap[1] == 0.0f && weights.tap[2] == 1.0f) return upper;
-  const float* lower = Line(below, s);
-  kernels_.blendLines(blended_, upper, lower, weights.tap[2], weights.tap[1], source_.width);
-  return blended_;
+  if (weights.tap[1] == 0.0f && weights.tap[2] == 1.0f) return {lines_[upper], lineTop_[upper], true};
+  const int lower = Slot(below, s);
+  const std::int32_t top = lineTop_[upper] == lineTop_[lower] ? lineTop_[upper] : -1;
+  kernels_.blendLines(blended_, lines_[upper], lines_[lower], weights.tap[2], weights.tap[1], source_.width,
+                      top < 0);
+  return {blended_, top, AreExact(weights)};
 }
 
 void SmoothRows::MakeRow(std::uint8_t* out, std::int32_t y) {
-  const float* line = BlendedLine(y);
+  const kernels::SmoothLine line = LineAt(y);
   const bool packs = outLayout_ == PixelLayout::kRgb24;
-  kernels_.interpolateLine(packs ? row_ : out, line, columns_, AreExact(tables_.RowWeights(y)));
+  kernels_.interpolateLine(packs ? row_ : out, line, columns_);
   if (packs) pack_.bgrxToRgb24(out, row_, columns_.count);
 }
 

@@ -27,8 +27,8 @@ class SmoothRows {
  private:
   bool PlanMemory();
   void FillColumns(std::int32_t* index, float* weight0, float* weight1, std::int32_t* exactMask);
-  const float* Line(std::int32_t sourceRow, std::int32_t besides);
-  const float* BlendedLine(std::int32_t y);
+  int Slot(std::int32_t sourceRow, std::int32_t besides);
+  kernels::SmoothLine LineAt(std::int32_t y);
 
   const SourcePixels source_;
   const kernels::PixelLayout outLayout_;
@@ -38,10 +38,11 @@ class SmoothRows {
   kernels::SmoothColumns columns_{};
   bool ready_ = false;
   WorkSlab slab_;
-  float* lines_[2] = {};               // two source rows as lines
-  std::int32_t lineOf_[2] = {-1, -1};  // which ones
-  float* blended_ = nullptr;           // the line between them
-  std::uint8_t* row_ = nullptr;        // one 32-bit row, of the source or of the result
+  float* lines_[2] = {};                // two source rows as lines
+  std::int32_t lineOf_[2] = {-1, -1};   // which ones
+  std::int32_t lineTop_[2] = {-1, -1};  // the top byte that all their pixels have, or -1
+  float* blended_ = nullptr;            // the line between them
+  std::uint8_t* row_ = nullptr;         // one 32-bit row, of the source or of the result
 };
 
 }  // namespace pixmorph
