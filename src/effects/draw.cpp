@@ -70,6 +70,9 @@ void Drawing::Plan(double x, double y, double alpha) {
   plan.weights[kernels::kUpperRight] = (1 - fx) * fy * alpha;
   plan.weights[kernels::kLowerRight] = (1 - fx) * (1 - fy) * alpha;
   plan.weights[kernels::kLowerLeft] = fx * (1 - fy) * alpha;
+  const std::int32_t columns = source.width < destination.width ? source.width : destination.width;
+  const std::int32_t rows = source.height < destination.height ? source.height : destination.height;
+  kernels::FinishDrawPlan(&plan, static_cast<std::int64_t>(columns) * rows);
 }
 
 void Drawing::DrawRow(const kernels::DrawKernels& kernel, std::int32_t row) {

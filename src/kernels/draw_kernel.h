@@ -14,7 +14,8 @@ namespace pixmorph::kernels {
 // The four source pixels around a destination pixel, in the order in which they take part.
 enum DrawNeighbour { kUpperLeft, kUpperRight, kLowerRight, kLowerLeft, kDrawNeighbours };
 
-// What one drawing has in common for all its rows.
+// What one drawing has in common for all its rows. The first part is the caller's; `FinishDrawPlan` adds the
+// rest.
 struct DrawPlan {
   PixelLayout destination, source, mask;
   bool masked;                      // the source has a mask
@@ -23,7 +24,23 @@ struct DrawPlan {
   std::int32_t maskWidth;           // pixels; positions beyond it hide nothing
   std::int32_t left;                // destination column of the source's column 0, whole part
   double weights[kDrawNeighbours];  // shares times opacity; any double at all
+
+  // No weight can make a product leave 32 bits, be no number, or get lost in the smallest doubles.
+  bool tame;
+  // All weights are 0: nothing of the source shows.
+  bool idle;
+  // At full opacity on whole pixels and without a mask, the source just replaces what is there.
+  bool copying;
+  // Inside an unmasked source, each truncated product of a colour and one of the weights, or and what they
+  // leave of 1 (the last one), is colour * factor >> 16 + shift, for all 256 colours.
+  bool quick;
+  std::uint16_t factors[kDrawNeighbours + 1];
+  std::int32_t shifts[kDrawNeighbours + 1];
 };
+
+// Worth its 2 microseconds only for drawings of some size: `pixels` is the number of pixels to be drawn.
+// [pure]
+void FinishDrawPlan(DrawPlan* plan, std::int64_t pixels);
 
 // The rows that meet in one destination row.
 struct DrawRows {

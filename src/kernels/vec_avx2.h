@@ -66,6 +66,10 @@ struct VecAvx2 {
   // Pixels with the top byte of `tops`.
   PIXMORPH_OP WithTops(Self pixels, Self tops) { return Or(And(pixels, Set32(0x00FFFFFF)), tops); }
 
+  PIXMORPH_INLINE_MEMBER static bool Equal(Self a, Self b) {
+    return _mm256_movemask_epi8(_mm256_cmpeq_epi32(a.r, b.r)) == -1;
+  }
+
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm256_sad_epu8(a.r, Zero().r)}; }
 
@@ -101,8 +105,61 @@ struct VecAvx2 {
   PIXMORPH_OP MulFloat(Self a, Self b) {
     return {_mm256_castps_si256(_mm256_mul_ps(_mm256_castsi256_ps(a.r), _mm256_castsi256_ps(b.r)))};
   }
-#undef PIXMORPH_OP
 };
+
+// Doubles, for arithmetic on one channel of as many pixels.
+struct VecAvx2Doubles {
+  using Self = VecAvx2Doubles;
+  using Pixels = __m128i;
+  static constexpr int kLanes = 4;
+  __m256d r;
+
+  PIXMORPH_OP Set(double v) { return {_mm256_set1_pd(v)}; }
+  PIXMORPH_OP Multiply(Self a, Self b) { return {_mm256_mul_pd(a.r, b.r)}; }
+  PIXMORPH_OP Subtract(Self a, Self b) { return {_mm256_sub_pd(a.r, b.r)}; }
+  PIXMORPH_OP NotBelow0(Self a) { return {_mm256_max_pd(a.r, _mm256_setzero_pd())}; }
+  // Correctly rounded: the first quotient is off by at most one unit in the last place, the inverse is 1 /
+  // 255 correctly rounded, and the remainder is exact, so that one correction by it gives what a division
+  // gives. Holds for numbers far from the smallest doubles.
+  PIXMORPH_OP DivideBy255(Self a) {
+    const Self inverse = Set(1.0 / 255), quotient = Multiply(a, inverse);
+    const Self remainder = {_mm256_fnmadd_pd(quotient.r, Set(255).r, a.r)};
+    return {_mm256_fmadd_pd(remainder.r, inverse.r, quotient.r)};
+  }
+
+  // One 32-bit pixel a lane, or one 32-bit number.
+  PIXMORPH_INLINE_MEMBER static Pixels NoPixels() { return _mm_setzero_si128(); }
+  PIXMORPH_INLINE_MEMBER static Pixels SetPixels(std::uint32_t v) {
+    return _mm_set1_epi32(static_cast<int>(v));
+  }
+  PIXMORPH_INLINE_MEMBER static Pixels LoadPixels(const std::uint8_t* p) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  }
+  PIXMORPH_INLINE_MEMBER static void StorePixels(std::uint8_t* p, Pixels pixels) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), pixels);
+  }
+  PIXMORPH_INLINE_MEMBER static Pixels Add32(Pixels a, Pixels b) { return _mm_add_epi32(a, b); }
+
+  // The byte above `kShift`, or 255 less it.
+  template <int kShift>
+  PIXMORPH_OP Channel(Pixels pixels) {
+    return {_mm256_cvtepi32_pd(_mm_and_si128(_mm_srli_epi32(pixels, kShift), SetPixels(0xFF)))};
+  }
+  template <int kShift>
+  PIXMORPH_OP InverseChannel(Pixels pixels) {
+    return {_mm256_cvtepi32_pd(_mm_andnot_si128(_mm_srli_epi32(pixels, kShift), SetPixels(0xFF)))};
+  }
+  // Lanes must fit 32 bits.
+  PIXMORPH_INLINE_MEMBER static Pixels Truncate(Self a) { return _mm256_cvttpd_epi32(a.r); }
+
+  // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
+  PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {
+    const Pixels planes = _mm_packus_epi16(_mm_packs_epi32(blue, green), _mm_packs_epi32(red, top));
+    return _mm_shuffle_epi8(planes, _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+  }
+};
+
+#undef PIXMORPH_OP
 
 }  // namespace
 }  // namespace pixmorph::kernels

@@ -65,6 +65,10 @@ struct VecSse41 {
   // Pixels with the top byte of `tops`.
   PIXMORPH_OP WithTops(Self pixels, Self tops) { return Or(And(pixels, Set32(0x00FFFFFF)), tops); }
 
+  PIXMORPH_INLINE_MEMBER static bool Equal(Self a, Self b) {
+    return _mm_movemask_epi8(_mm_cmpeq_epi32(a.r, b.r)) == 0xFFFF;
+  }
+
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm_sad_epu8(a.r, Zero().r)}; }
 
@@ -99,8 +103,54 @@ struct VecSse41 {
   PIXMORPH_OP MulFloat(Self a, Self b) {
     return {_mm_castps_si128(_mm_mul_ps(_mm_castsi128_ps(a.r), _mm_castsi128_ps(b.r)))};
   }
-#undef PIXMORPH_OP
 };
+
+// Doubles, for arithmetic on one channel of as many pixels.
+struct VecSse41Doubles {
+  using Self = VecSse41Doubles;
+  using Pixels = __m128i;
+  static constexpr int kLanes = 2;
+  __m128d r;
+
+  PIXMORPH_OP Set(double v) { return {_mm_set1_pd(v)}; }
+  PIXMORPH_OP Multiply(Self a, Self b) { return {_mm_mul_pd(a.r, b.r)}; }
+  PIXMORPH_OP Subtract(Self a, Self b) { return {_mm_sub_pd(a.r, b.r)}; }
+  PIXMORPH_OP NotBelow0(Self a) { return {_mm_max_pd(a.r, _mm_setzero_pd())}; }
+  PIXMORPH_OP DivideBy255(Self a) { return {_mm_div_pd(a.r, _mm_set1_pd(255))}; }
+
+  // One 32-bit pixel a lane, or one 32-bit number.
+  PIXMORPH_INLINE_MEMBER static Pixels NoPixels() { return _mm_setzero_si128(); }
+  PIXMORPH_INLINE_MEMBER static Pixels SetPixels(std::uint32_t v) {
+    return _mm_set1_epi32(static_cast<int>(v));
+  }
+  PIXMORPH_INLINE_MEMBER static Pixels LoadPixels(const std::uint8_t* p) {
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+  }
+  PIXMORPH_INLINE_MEMBER static void StorePixels(std::uint8_t* p, Pixels pixels) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(p), pixels);
+  }
+  PIXMORPH_INLINE_MEMBER static Pixels Add32(Pixels a, Pixels b) { return _mm_add_epi32(a, b); }
+
+  // The byte above `kShift`, or 255 less it.
+  template <int kShift>
+  PIXMORPH_OP Channel(Pixels pixels) {
+    return {_mm_cvtepi32_pd(_mm_and_si128(_mm_srli_epi32(pixels, kShift), SetPixels(0xFF)))};
+  }
+  template <int kShift>
+  PIXMORPH_OP InverseChannel(Pixels pixels) {
+    return {_mm_cvtepi32_pd(_mm_andnot_si128(_mm_srli_epi32(pixels, kShift), SetPixels(0xFF)))};
+  }
+  // Lanes must fit 32 bits.
+  PIXMORPH_INLINE_MEMBER static Pixels Truncate(Self a) { return _mm_cvttpd_epi32(a.r); }
+
+  // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
+  PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {
+    const Pixels planes = _mm_packus_epi16(_mm_packs_epi32(blue, green), _mm_packs_epi32(red, top));
+    return _mm_shuffle_epi8(planes, _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+  }
+};
+
+#undef PIXMORPH_OP
 
 }  // namespace
 }  // namespace pixmorph::kernels

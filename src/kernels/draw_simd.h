@@ -1,0 +1,236 @@
+#ifndef PIXMORPH_KERNELS_DRAW_SIMD_H_
+#define PIXMORPH_KERNELS_DRAW_SIMD_H_
+
+#include <string.h>
+
+#include "kernels/draw_kernel.h"
+#include "kernels/pack_kernel.h"
+
+// Drawing over the vector types of vec_*.h. Included by the files of the instruction sets only.
+namespace pixmorph::kernels {
+namespace {
+
+// 32-bit rows from one destination pixel on: sources and masks begin at its left neighbours.
+struct DrawSpan {
+  std::uint8_t* to;
+  const std::uint8_t* upper;  // null: outside the source
+  const std::uint8_t* lower;
+  const std::uint8_t* upperMask;  // null: no mask
+  const std::uint8_t* lowerMask;
+
+  PIXMORPH_INLINE_MEMBER DrawSpan From(std::int32_t pixel) const {
+    const auto at = [=](const std::uint8_t* row) { return row ? row + pixel * 4 : nullptr; };
+    return {to + pixel * 4, at(upper), at(lower), at(upperMask), at(lowerMask)};
+  }
+};
+
+// Draws whole vectors by `block(span)`, then what is left of the span in copies that are as long as a vector.
+template <int kPixels, class Block>
+PIXMORPH_INLINE void ForEachBlock(const DrawSpan& span, std::int32_t count, Block block) {
+  std::int32_t x = 0;
+  for (; x + kPixels <= count; x += kPixels) block(span.From(x));
+  if (x == count) return;
+  constexpr int kRoom = (kPixels + 1) * 4;
+  std::uint8_t copies[5][kRoom] = {};
+  const DrawSpan rest = span.From(x);
+  const std::size_t bytes = static_cast<std::size_t>(count - x) * 4;
+  const auto copy = [&](int row, const std::uint8_t* from) -> const std::uint8_t* {
+    if (!from) return nullptr;
+    memcpy(copies[row], from, bytes + 4);
+    return copies[row];
+  };
+  memcpy(copies[0], rest.to, bytes);
+  block({copies[0], copy(1, rest.upper), copy(2, rest.lower), copy(3, rest.upperMask),
+         copy(4, rest.lowerMask)});
+  memcpy(rest.to, copies[0], bytes);
+}
+
+// ---- products as plain doubles, for any tame weights and for masks
+
+// D: a vector of doubles with as many pixels as it has lanes. Each operation rounds as its scalar counterpart
+// does.
+template <class D>
+struct DoubleSums {
+  typename D::Pixels blue = D::NoPixels(), green = D::NoPixels(), red = D::NoPixels();
+  D rest = D::Set(1.0);
+
+  PIXMORPH_INLINE_MEMBER void AddColours(typename D::Pixels pixels, D weight) {
+    blue = D::Add32(blue, D::Truncate(D::Multiply(D::template Channel<0>(pixels), weight)));
+    green = D::Add32(green, D::Truncate(D::Multiply(D::template Channel<8>(pixels), weight)));
+    red = D::Add32(red, D::Truncate(D::Multiply(D::template Channel<16>(pixels), weight)));
+  }
+  PIXMORPH_INLINE_MEMBER void AddNeighbour(const std::uint8_t* from, const std::uint8_t* mask, double share) {
+    D weight = D::Set(share);
+    if (mask)
+      weight = D::DivideBy255(D::Multiply(D::template InverseChannel<16>(D::LoadPixels(mask)), weight));
+    AddColours(D::LoadPixels(from), weight);
+    rest = D::Subtract(rest, weight);
+  }
+};
+
+template <class D>
+PIXMORPH_INLINE void DrawDoubles(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
+  const typename D::Pixels top = D::SetPixels(TopByteMask(plan.destination) >> 24);
+  ForEachBlock<D::kLanes>(whole, count, [&](const DrawSpan& span) {
+    DoubleSums<D> sums;
+    const auto right = [](const std::uint8_t* mask) { return mask ? mask + 4 : nullptr; };
+    if (span.upper) {
+      sums.AddNeighbour(span.upper, span.upperMask, plan.weights[kUpperLeft]);
+      sums.AddNeighbour(span.upper + 4, right(span.upperMask), plan.weights[kUpperRight]);
+    }
+    if (span.lower) {
+      sums.AddNeighbour(span.lower + 4, right(span.lowerMask), plan.weights[kLowerRight]);
+      sums.AddNeighbour(span.lower, span.lowerMask, plan.weights[kLowerLeft]);
+    }
+    // Weights above 1 leave less than nothing, which does not count.
+    sums.AddColours(D::LoadPixels(span.to), D::NotBelow0(sums.rest));
+    D::StorePixels(span.to, D::Clamped(sums.blue, sums.green, sums.red, top));
+  });
+}
+
+// ---- products by factors
+
+template <class V>
+struct QuickProducts {
+  V lo = V::Zero(), hi = V::Zero();
+  PIXMORPH_INLINE_MEMBER void Add(const DrawPlan& plan, int which, V pixels) {
+    const V factor = V::Set16(static_cast<std::int16_t>(plan.factors[which]));
+    const int shift = plan.shifts[which];
+    lo = V::Add16(lo, V::ShiftRight16(V::MulHigh16(V::UnpackLow8(pixels), factor), shift));
+    hi = V::Add16(hi, V::ShiftRight16(V::MulHigh16(V::UnpackHigh8(pixels), factor), shift));
+  }
+};
+
+template <class V>
+PIXMORPH_INLINE void DrawQuick(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
+  const V top = V::Set32(TopByteMask(plan.destination));
+  const DrawPlan local = plan;
+  ForEachBlock<V::kPixels>(whole, count, [=](const DrawSpan& span) {
+    QuickProducts<V> sums;
+    sums.Add(local, kUpperLeft, V::Load(span.upper));
+    sums.Add(local, kUpperRight, V::Load(span.upper + 4));
+    sums.Add(local, kLowerRight, V::Load(span.lower + 4));
+    sums.Add(local, kLowerLeft, V::Load(span.lower));
+    sums.Add(local, kDrawNeighbours, V::Load(span.to));
+    V::WithTops(V::Pack16(sums.lo, sums.hi), top).Store(span.to);
+  });
+}
+
+template <class V>
+PIXMORPH_INLINE void DrawCopies(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
+  const V top = V::Set32(TopByteMask(plan.destination));
+  ForEachBlock<V::kPixels>(
+      whole, count, [=](const DrawSpan& span) { V::WithTops(V::Load(span.lower + 4), top).Store(span.to); });
+}
+
+// ---- pixels that nothing reaches
+
+// Only their top bytes can change, and mostly don't: reading is cheaper than writing.
+template <class V>
+PIXMORPH_INLINE void RewriteTops(std::uint8_t* to, std::int32_t count, std::uint32_t top) {
+  const V tops = V::Set32(top);
+  std::int32_t x = 0;
+  for (; x + V::kPixels <= count; x += V::kPixels) {
+    const V pixels = V::Load(to + x * 4);
+    const V wanted = V::WithTops(pixels, tops);
+    if (!V::Equal(pixels, wanted)) wanted.Store(to + x * 4);
+  }
+  for (; x < count; ++x) to[x * 4 + 3] = static_cast<std::uint8_t>(top >> 24);
+}
+
+// ---- a whole row
+
+PIXMORPH_INLINE bool Overlap(const std::uint8_t* a, std::int64_t aBytes, const std::uint8_t* b,
+                             std::int64_t bBytes) {
+  const std::uintptr_t from = reinterpret_cast<std::uintptr_t>(a),
+                       other = reinterpret_cast<std::uintptr_t>(b);
+  return b && from < other + static_cast<std::uintptr_t>(bBytes) &&
+         other < from + static_cast<std::uintptr_t>(aBytes);
+}
+
+// What is drawn may be read again within the row.
+PIXMORPH_INLINE bool IsDrawnOntoItself(const DrawPlan& plan, const DrawRows& rows) {
+  const std::int64_t bytes = plan.destinationWidth * 4ll;
+  const std::int64_t sourceBytes = static_cast<std::int64_t>(plan.sourceWidth) * BytesPerPixel(plan.source);
+  const std::int64_t maskBytes = plan.maskWidth * 4ll;
+  return Overlap(rows.destination, bytes, rows.upper, sourceBytes) ||
+         Overlap(rows.destination, bytes, rows.lower, sourceBytes) ||
+         Overlap(rows.destination, bytes, rows.upperMask, maskBytes) ||
+         Overlap(rows.destination, bytes, rows.lowerMask, maskBytes);
+}
+
+// Rows that only the plain way knows how to draw.
+PIXMORPH_INLINE bool IsPlain(const DrawPlan& plan, const DrawRows& rows) {
+  if (!plan.tame || BytesPerPixel(plan.destination) != 4 || BytesPerPixel(plan.source) == 0) return true;
+  if (plan.masked) {
+    if (BytesPerPixel(plan.mask) != 4 || plan.maskWidth < plan.sourceWidth) return true;
+    if ((rows.upper && !rows.upperMask) || (rows.lower && !rows.lowerMask)) return true;
+  }
+  return IsDrawnOntoItself(plan, rows);
+}
+
+template <class V, class D>
+PIXMORPH_INLINE void DrawSpanOf(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
+  if (plan.copying && span.lower)
+    DrawCopies<V>(plan, span, count);
+  else if (plan.quick && span.upper && span.lower)
+    DrawQuick<V>(plan, span, count);
+  else
+    DrawDoubles<D>(plan, span, count);
+}
+
+// A 24-bit source is unpacked piece by piece.
+template <class V, class D>
+PIXMORPH_INLINE void DrawUnpacked(const DrawPlan& plan, const PackKernels& pack, const DrawSpan& span,
+                                  std::int32_t count) {
+  constexpr std::int32_t kPiece = 256;
+  std::uint8_t rows[2][(kPiece + 1) * 4];
+  for (std::int32_t x = 0; x < count; x += kPiece) {
+    const std::int32_t pixels = count - x < kPiece ? count - x : kPiece;
+    DrawSpan piece = span.From(x);
+    piece.upper = span.upper ? rows[0] : nullptr;
+    piece.lower = span.lower ? rows[1] : nullptr;
+    if (span.upper) pack.rgb24ToBgrx(rows[0], span.upper + x * 3, pixels + 1, 0);
+    if (span.lower) pack.rgb24ToBgrx(rows[1], span.lower + x * 3, pixels + 1, 0);
+    DrawSpanOf<V, D>(plan, piece, pixels);
+  }
+}
+
+template <class V, class D>
+PIXMORPH_INLINE void DrawRow(const DrawPlan& plan, const PackKernels& pack, const DrawRows& rows) {
+  const std::uint32_t top = TopByteMask(plan.destination);
+  const std::int64_t width = plan.destinationWidth, left = plan.left, right = left + plan.sourceWidth;
+  const auto inside = [width](std::int64_t x) {
+    return static_cast<std::int32_t>(x < 0 ? 0 : x < width ? x : width);
+  };
+  if ((!rows.upper && !rows.lower) || plan.idle)
+    return RewriteTops<V>(rows.destination, plan.destinationWidth, top);
+  if (IsPlain(plan, rows)) return ref::DrawRow(plan, rows);
+  // Columns from `left` to `right` are reached; all but these two have both their neighbours inside the
+  // source.
+  const std::int32_t begin = inside(left), innerBegin = inside(left + 1), innerEnd = inside(right);
+  const std::int32_t end = inside(right + 1);
+  RewriteTops<V>(rows.destination, begin, top);
+  ref::DrawColumns(plan, rows, begin, innerBegin);
+  if (innerBegin < innerEnd) {
+    const std::int32_t first = static_cast<std::int32_t>(innerBegin - left) - 1;
+    const auto at = [first](const std::uint8_t* row, std::int32_t bytes) {
+      return row ? row + first * bytes : nullptr;
+    };
+    const std::int32_t bytes = BytesPerPixel(plan.source);
+    const DrawSpan span = {rows.destination + innerBegin * 4, at(rows.upper, bytes), at(rows.lower, bytes),
+                           plan.masked ? at(rows.upperMask, 4) : nullptr,
+                           plan.masked ? at(rows.lowerMask, 4) : nullptr};
+    if (bytes == 3)
+      DrawUnpacked<V, D>(plan, pack, span, innerEnd - innerBegin);
+    else
+      DrawSpanOf<V, D>(plan, span, innerEnd - innerBegin);
+  }
+  ref::DrawColumns(plan, rows, innerEnd > innerBegin ? innerEnd : innerBegin, end);
+  RewriteTops<V>(rows.destination + end * 4, plan.destinationWidth - end, top);
+}
+
+}  // namespace
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_DRAW_SIMD_H_
