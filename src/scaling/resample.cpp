@@ -68,7 +68,7 @@ class Resampling {
 
   void WriteRow(std::int32_t r) {
     std::uint8_t* const out = writer_.GetRow(r);
-    if (fused_)
+    if (fused_ && writer_.Layout() != kernels::PixelLayout::kNone)
       fusedPasses_.WriteRow(reader_, r, out, writer_.Layout());
     else
       kernels_.alongColumns(out, writer_.Layout(), table_.Lists()[r], intermediate_.Get(), width_);
@@ -78,8 +78,7 @@ class Resampling {
   REALpictureStruct* Write() {
     if (!writer_.NewPictureWriter(reader_, width_, height_)) return nullptr;
     for (std::int32_t r = 0; r < height_; ++r) {
-      kernels_.alongColumns(writer_.GetRow(r), writer_.Layout(), table_.Lists()[r], intermediate_.Get(),
-                            width_);
+      WriteRow(r);
       yield_.YieldPoint();
     }
     yield_.YieldPoint();
