@@ -30,6 +30,10 @@ list(REMOVE_ITEM PIXMORPH_TOOL_SOURCES ${PROJECT_SOURCE_DIR}/tools/main.cpp)
 add_library(pixmorph_tool_parts STATIC ${PIXMORPH_TOOL_SOURCES})
 target_link_libraries(pixmorph_tool_parts PUBLIC standin image_files)
 
+# The option parser is slow to compile and its code runs once per process.
+set_source_files_properties(tools/main.cpp tools/commands/arguments.cpp tools/commands/common_options.cpp
+  PROPERTIES COMPILE_OPTIONS -O0)
+
 # The core is linked for what the command tells about the processor; the methods come from the loaded library.
 add_executable(pixmorph_tool tools/main.cpp $<TARGET_OBJECTS:pixmorph_core>)
 set_target_properties(pixmorph_tool PROPERTIES OUTPUT_NAME pixmorph RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})

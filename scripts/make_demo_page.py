@@ -68,10 +68,10 @@ class Page:
         """The picture as it is, and its most detailed square with every pixel eight times as large."""
         name = f"k{len(self.rules)}"
         width, height = row["result"]["width"], row["result"]["height"]
-        focus = row["parameters"]["focus"]
+        focus = row["parameters"]
         self.rules.append(f".{name} {{ background-image: url({data_uri(row['output'])}) }}")
         crop = (f"background-size: {width * ZOOM}px {height * ZOOM}px; "
-                f"background-position: -{focus['x'] * ZOOM}px -{focus['y'] * ZOOM}px")
+                f"background-position: -{focus['focusX'] * ZOOM}px -{focus['focusY'] * ZOOM}px")
         self.body.append(
             f"<figure><div class=\"{name}\" role=\"img\" style=\"aspect-ratio: {width} / {height}; "
             f"background-size: 100% 100%; max-width: {width}px\"></div><div class=\"crop {name}\" style=\"{crop}\"></div>"

@@ -74,7 +74,8 @@ void ParseAndRun(int argc, char** argv, Options& options) {
     CLI::App* sub = app.add_subcommand(command.name, command.help);
     sub->footer(Footer());
     AddCommonOptions(*sub, options, command.common);
-    sub->callback([&chosen, run = command.define(*sub, options)] { chosen = run; });
+    Arguments list(*sub);
+    sub->callback([&chosen, run = command.define(list, options)] { chosen = run; });
   }
   try {
     app.parse(argc, argv);

@@ -210,6 +210,25 @@ class Methods(CommandTest):
                        self.at("out.png"), "--at", "1,1", "--mode", "gdk")
 
 
+class Gallery(CommandTest):
+    def test_one_bad_photo_does_not_keep_the_others_from_being_shown(self):
+        with open(self.at("bad.jpg"), "w") as file:
+            file.write("no picture")
+        write_png(self.at("tiny.png"), 3, 2, lambda x, y: (x * 100, y * 200, 50))
+        done = self.run_command("gallery", self.at("shown"), self.at("bad.jpg"), self.at("tiny.png"),
+                                "--badge", media("badge.png"), "--json")
+        self.assertEqual(done.returncode, FORMAT)
+        rows = [json.loads(line) for line in done.stdout.splitlines()]
+        self.assertIn("neither a PNG", rows[0]["error"])
+        made = [row for row in rows if "output" in row]
+        self.assertEqual({row["method"] for row in made},
+                         {"ScaleKTZ", "ScaleImageAndMaskKTZ", "ScalingKTZ", "BlurKTZ", "DrawPictureFKTZ"})
+        for row in made:
+            width, height, _, pixels = self.pixels(row["output"])
+            self.assertEqual((width, height), (row["result"]["width"], row["result"]["height"]))
+            self.assertEqual(zlib.crc32(b"".join(map(bytes, pixels))), int(row["result"]["checksum"], 16))
+
+
 class Reports(CommandTest):
     def test_json_tells_what_happened(self):
         report = self.report("blur", media("coffee.jpg"), self.at("out.png"), "--radius", 3, "--yield", -1)

@@ -31,13 +31,12 @@ void RunBlur(const BlurArguments& arguments, const Options& options) {
 
 }  // namespace
 
-std::function<void()> DefineBlur(CLI::App& app, Options& options) {
+std::function<void()> DefineBlur(Arguments& list, Options& options) {
   auto arguments = std::make_shared<BlurArguments>();
-  app.add_option("IN", arguments->input, "a PNG or JPEG file, - for stdin")->required();
-  app.add_option("OUT", arguments->output, "where to write, - for stdout")->required();
-  app.add_option("--radius", arguments->radius, "pixels; its whole part counts, below 1 nothing changes")
-      ->type_name("R")
-      ->required();
+  list.Positional("IN", &arguments->input, "a PNG or JPEG file, - for stdin");
+  list.Positional("OUT", &arguments->output, "where to write, - for stdout");
+  list.Number("--radius", "R", &arguments->radius, Arguments::Need::kRequired,
+              "pixels; its whole part counts, below 1 nothing changes");
   return [arguments, &options] { RunBlur(*arguments, options); };
 }
 

@@ -1,10 +1,10 @@
 #ifndef PIXMORPH_TOOLS_COMMANDS_COMMANDS_H_
 #define PIXMORPH_TOOLS_COMMANDS_COMMANDS_H_
 
-#include <CLI/App.hpp>
 #include <array>
 #include <functional>
 
+#include "tools/commands/arguments.h"
 #include "tools/run/options.h"
 
 namespace tool {
@@ -13,20 +13,20 @@ namespace tool {
 struct Command {
   const char* name;
   const char* help;
-  // Adds the arguments to `app` and gives what to do once they are parsed. `options` outlives both.
-  std::function<void()> (*define)(CLI::App& app, Options& options);
+  // Adds the arguments and gives what to do once they are parsed. `options` outlives both.
+  std::function<void()> (*define)(Arguments& list, Options& options);
   // Which of the common options it takes.
   enum class Common { kNone, kLibrary, kAll } common;
 };
 
-std::function<void()> DefineScale(CLI::App& app, Options& options);
-std::function<void()> DefineScaleMask(CLI::App& app, Options& options);
-std::function<void()> DefineResample(CLI::App& app, Options& options);
-std::function<void()> DefineBlur(CLI::App& app, Options& options);
-std::function<void()> DefineDraw(CLI::App& app, Options& options);
-std::function<void()> DefineGallery(CLI::App& app, Options& options);
-std::function<void()> DefineInfo(CLI::App& app, Options& options);
-std::function<void()> DefineKernels(CLI::App& app, Options& options);
+std::function<void()> DefineScale(Arguments& list, Options& options);
+std::function<void()> DefineScaleMask(Arguments& list, Options& options);
+std::function<void()> DefineResample(Arguments& list, Options& options);
+std::function<void()> DefineBlur(Arguments& list, Options& options);
+std::function<void()> DefineDraw(Arguments& list, Options& options);
+std::function<void()> DefineGallery(Arguments& list, Options& options);
+std::function<void()> DefineInfo(Arguments& list, Options& options);
+std::function<void()> DefineKernels(Arguments& list, Options& options);
 
 inline constexpr std::array<Command, 8> kCommands = {{
     {"scale", "resize by area averaging, or smoothly (ScaleKTZ)", DefineScale, Command::Common::kAll},

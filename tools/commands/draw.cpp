@@ -22,10 +22,9 @@ std::string RefusalReason(const Options& options) {
   return "a picture could not be opened for writing; try another --mode";
 }
 
-nlohmann::ordered_json Parameters(const DrawArguments& arguments, const Position& at) {
-  nlohmann::ordered_json parameters = {
-      {"onto", arguments.onto}, {"x", at.x}, {"y", at.y}, {"opacity", arguments.opacity}};
-  if (!arguments.mask.empty()) parameters["mask"] = arguments.mask;
+Fields Parameters(const DrawArguments& arguments, const Position& at) {
+  Fields parameters = {{"onto", arguments.onto}, {"x", at.x}, {"y", at.y}, {"opacity", arguments.opacity}};
+  if (!arguments.mask.empty()) parameters.emplace_back("mask", arguments.mask);
   return parameters;
 }
 
@@ -59,19 +58,17 @@ void RunDraw(const DrawArguments& arguments, const Options& options) {
 
 }  // namespace
 
-std::function<void()> DefineDraw(CLI::App& app, Options& options) {
+std::function<void()> DefineDraw(Arguments& list, Options& options) {
   auto arguments = std::make_shared<DrawArguments>();
-  app.add_option("PIC", arguments->picture, "the picture to draw; its alpha channel becomes its mask")
-      ->required();
-  app.add_option("ONTO", arguments->onto, "the picture to draw onto")->required();
-  app.add_option("OUT", arguments->output, "where to write, - for stdout")->required();
-  app.add_option("--at", arguments->at, "where PIC's top left corner goes, in pixels, fractions allowed")
-      ->type_name("X,Y")
-      ->required();
-  app.add_option("--opacity", arguments->opacity, "0 (invisible) to 1 (default)")->type_name("A");
-  app.add_option("--mask", arguments->mask,
-                 "a picture in place of PIC's transparency: black shows, white hides")
-      ->type_name("FILE");
+  list.Positional("PIC", &arguments->picture, "the picture to draw; its alpha channel becomes its mask");
+  list.Positional("ONTO", &arguments->onto, "the picture to draw onto");
+  list.Positional("OUT", &arguments->output, "where to write, - for stdout");
+  list.Text("--at", "X,Y", &arguments->at, Arguments::Need::kRequired,
+            "where PIC's top left corner goes, in pixels, fractions allowed");
+  list.Number("--opacity", "A", &arguments->opacity, Arguments::Need::kOptional,
+              "0 (invisible) to 1 (default)");
+  list.Text("--mask", "FILE", &arguments->mask, Arguments::Need::kOptional,
+            "a picture in place of PIC's transparency: black shows, white hides");
   return [arguments, &options] { RunDraw(*arguments, options); };
 }
 

@@ -47,11 +47,11 @@ void MakeFolder(const std::string& path) {
 }
 
 // A row of the JSON report that stands for no picture.
-void ReportRow(const Options& options, nlohmann::ordered_json row, const char* key, const char* sentence) {
+void ReportRow(const Options& options, Fields row, const char* key, const char* sentence) {
   if (!options.json) return;
-  row["mode"] = NameOf(options.mode);
-  row[key] = sentence;
-  std::printf("%s\n", row.dump().c_str());
+  row.emplace_back("mode", NameOf(options.mode));
+  row.emplace_back(key, sentence);
+  std::printf("%s\n", JsonText(row).c_str());
 }
 
 // One photograph through all methods. The pictures go into one folder; each run is reported as its own.
@@ -82,14 +82,12 @@ class Gallery {
  private:
   using Method = std::function<standin::Ref(const standin::Ref&, int)>;
 
-  Job NewJob(const char* command, const char* method, const std::string& name,
-             nlohmann::ordered_json parameters) {
+  Job NewJob(const char* command, const char* method, const std::string& name, Fields parameters) {
     return Job(options_, session_, {command, method, photo_, folder_ + name + ".png", std::move(parameters)});
   }
 
-  Image Produce(const char* command, const char* method, const std::string& name,
-                nlohmann::ordered_json parameters, const Image& source, Session::Alpha alpha,
-                const Method& run) {
+  Image Produce(const char* command, const char* method, const std::string& name, Fields parameters,
+                const Image& source, Session::Alpha alpha, const Method& run) {
     Job job = NewJob(command, method, name, std::move(parameters));
     const standin::Ref picture = session_.MakePicture(source, alpha);
     const standin::Ref result =
@@ -119,7 +117,8 @@ class Gallery {
             {{"kernel", kernel.name},
              {"mode", kernel.mode},
              {"direction", direction},
-             {"focus", {{"x", focus.x}, {"y", focus.y}, {"side", kFocusSide}}}},
+             {"focusX", focus.x},
+             {"focusY", focus.y}},
             source, Session::Alpha::kDropped, [&](const standin::Ref& picture, int interval) {
               return standin::Scaling(picture, kernel.mode, wanted.width, wanted.height, interval);
             });
@@ -207,15 +206,13 @@ void RunGallery(const GalleryArguments& arguments, Options options) {
 
 }  // namespace
 
-std::function<void()> DefineGallery(CLI::App& app, Options& options) {
+std::function<void()> DefineGallery(Arguments& list, Options& options) {
   auto arguments = std::make_shared<GalleryArguments>();
-  app.add_option("FOLDER", arguments->folder, "where the pictures go; files there are overwritten")
-      ->required();
-  app.add_option("PHOTO", arguments->photos, "PNG or JPEG files")->required();
-  app.add_option("--badge", arguments->badge, "a small PNG with transparency to draw onto them")
-      ->type_name("FILE")
-      ->required();
-  app.add_flag("--brief", arguments->brief, "each method once, in place of all kernels and radii");
+  list.Positional("FOLDER", &arguments->folder, "where the pictures go; files there are overwritten");
+  list.Positionals("PHOTO", &arguments->photos, "PNG or JPEG files");
+  list.Text("--badge", "FILE", &arguments->badge, Arguments::Need::kRequired,
+            "a small PNG with transparency to draw onto them");
+  list.Flag("--brief", &arguments->brief, "each method once, in place of all kernels and radii");
   return [arguments, &options] { RunGallery(*arguments, options); };
 }
 

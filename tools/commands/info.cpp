@@ -86,7 +86,7 @@ void RunInfo(const Options& options) {
 
 }  // namespace
 
-std::function<void()> DefineInfo(CLI::App&, Options& options) {
+std::function<void()> DefineInfo(Arguments&, Options& options) {
   return [&options] { RunInfo(options); };
 }
 

@@ -27,7 +27,7 @@ void PrintJson() {
 
 }  // namespace
 
-std::function<void()> DefineKernels(CLI::App&, Options& options) {
+std::function<void()> DefineKernels(Arguments&, Options& options) {
   return [&options] { options.json ? PrintJson() : PrintTable(); };
 }
 

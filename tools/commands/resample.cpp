@@ -43,17 +43,14 @@ void RunResample(const ResampleArguments& arguments, const Options& options) {
 
 }  // namespace
 
-std::function<void()> DefineResample(CLI::App& app, Options& options) {
+std::function<void()> DefineResample(Arguments& list, Options& options) {
   auto arguments = std::make_shared<ResampleArguments>();
-  app.add_option("IN", arguments->input, "a PNG or JPEG file, - for stdin")->required();
-  app.add_option("OUT", arguments->output, "where to write, - for stdout")->required();
-  app.add_option("--size", arguments->size,
-                 "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges")
-      ->type_name("GEOM")
-      ->required();
-  app.add_option("--kernel", arguments->kernel, "a name or number from \"pixmorph kernels\"")
-      ->type_name("NAME")
-      ->required();
+  list.Positional("IN", &arguments->input, "a PNG or JPEG file, - for stdin");
+  list.Positional("OUT", &arguments->output, "where to write, - for stdout");
+  list.Text("--size", "GEOM", &arguments->size, Arguments::Need::kRequired,
+            "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges");
+  list.Text("--kernel", "NAME", &arguments->kernel, Arguments::Need::kRequired,
+            "a name or number from \"pixmorph kernels\"");
   return [arguments, &options] { RunResample(*arguments, options); };
 }
 

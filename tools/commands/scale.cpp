@@ -53,26 +53,25 @@ void RunScale(const ScaleArguments& arguments, const Options& options) {
   job.Finish(TakeImage(result, arguments.mask));
 }
 
-std::function<void()> Define(CLI::App& app, Options& options, bool alwaysMask) {
+std::function<void()> Define(Arguments& list, Options& options, bool alwaysMask) {
   auto arguments = std::make_shared<ScaleArguments>();
   arguments->mask = alwaysMask;
-  app.add_option("IN", arguments->input, "a PNG or JPEG file, - for stdin")->required();
-  app.add_option("OUT", arguments->output, "where to write, - for stdout")->required();
-  app.add_option("--size", arguments->size,
-                 "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges")
-      ->type_name("GEOM")
-      ->required();
-  app.add_flag("--antialias", arguments->antiAlias, "enlarge smoothly where both sides grow");
-  if (!alwaysMask)
-    app.add_flag("--mask", arguments->mask, "scale the transparency too (ScaleImageAndMaskKTZ)");
-  app.add_flag("--alpha-channel", arguments->alphaChannel,
-               "with a mask: hand the transparency over as the picture's alpha channel, not as its mask");
+  list.Positional("IN", &arguments->input, "a PNG or JPEG file, - for stdin");
+  list.Positional("OUT", &arguments->output, "where to write, - for stdout");
+  list.Text("--size", "GEOM", &arguments->size, Arguments::Need::kRequired,
+            "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges");
+  list.Flag("--antialias", &arguments->antiAlias, "enlarge smoothly where both sides grow");
+  if (!alwaysMask) list.Flag("--mask", &arguments->mask, "scale the transparency too (ScaleImageAndMaskKTZ)");
+  list.Flag("--alpha-channel", &arguments->alphaChannel,
+            "with a mask: hand the transparency over as the picture's alpha channel, not as its mask");
   return [arguments, &options] { RunScale(*arguments, options); };
 }
 
 }  // namespace
 
-std::function<void()> DefineScale(CLI::App& app, Options& options) { return Define(app, options, false); }
-std::function<void()> DefineScaleMask(CLI::App& app, Options& options) { return Define(app, options, true); }
+std::function<void()> DefineScale(Arguments& list, Options& options) { return Define(list, options, false); }
+std::function<void()> DefineScaleMask(Arguments& list, Options& options) {
+  return Define(list, options, true);
+}
 
 }  // namespace tool

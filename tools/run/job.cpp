@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "tools/failure.h"
@@ -28,6 +29,13 @@ long PeakMemoryKiB() {
 
 nlohmann::ordered_json SizeReport(const Size& size) {
   return {{"width", size.width}, {"height", size.height}};
+}
+
+nlohmann::ordered_json ToJson(const Fields& fields) {
+  nlohmann::ordered_json json = nlohmann::ordered_json::object();
+  for (const Field& field : fields)
+    std::visit([&](const auto& value) { json[field.first] = value; }, field.second);
+  return json;
 }
 
 std::string ShownName(const std::string& path, const char* stream) {
@@ -80,7 +88,7 @@ void Job::Finish(const Image& result) {
   WriteImage(request_.output, format_, result, options_.quality, options_.force);
   writeMs_ = NowMs() - begun;
   if (options_.json) {
-    PrintReport(Report(result).dump(), request_.output);
+    PrintReport(Report(result), request_.output);
   } else if (!options_.quiet) {
     char time[32];
     std::snprintf(time, sizeof time, "%.1f ms", measured_.methodMs);
@@ -95,11 +103,11 @@ void Job::Note(const std::string& sentence) const {
   if (!options_.quiet && !options_.json) std::fprintf(stderr, "pixmorph: note: %s\n", sentence.c_str());
 }
 
-nlohmann::ordered_json Job::Report(const Image& result) const {
+std::string Job::Report(const Image& result) const {
   nlohmann::ordered_json report;
   report["command"] = request_.command;
   report["method"] = request_.method;
-  report["parameters"] = request_.parameters;
+  report["parameters"] = ToJson(request_.parameters);
   report["input"] = request_.input;
   report["output"] = request_.output;
   report["source"] = SizeReport(source_);
@@ -119,12 +127,14 @@ nlohmann::ordered_json Job::Report(const Image& result) const {
                      {"writeMs", Rounded(writeMs_)},
                      {"totalMs", Rounded(NowMs() - startMs_)}};
   report["peakMemoryKiB"] = PeakMemoryKiB();
-  return report;
+  return report.dump();
 }
 
 void PrintReport(const std::string& line, const std::string& output) {
   std::FILE* stream = output == kStandardStream ? stderr : stdout;
   std::fprintf(stream, "%s\n", line.c_str());
 }
+
+std::string JsonText(const Fields& fields) { return ToJson(fields).dump(); }
 
 }  // namespace tool

@@ -3,13 +3,13 @@
 
 #include <cstdint>
 #include <functional>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "standin/objects.h"
 #include "tools/images/image.h"
 #include "tools/images/image_file.h"
 #include "tools/run/call.h"
+#include "tools/run/fields.h"
 #include "tools/run/options.h"
 #include "tools/run/session.h"
 
@@ -21,7 +21,7 @@ struct Request {
   std::string method;  // "ScaleKTZ" and so on
   std::string input;   // the picture that the method is about
   std::string output;
-  nlohmann::ordered_json parameters;
+  Fields parameters;
 };
 
 // One run of one method, from file to file. Every step throws Failure.
@@ -48,7 +48,8 @@ class Job {
   void Note(const std::string& sentence) const;
 
  private:
-  nlohmann::ordered_json Report(const Image& result) const;
+  // One JSON object.
+  std::string Report(const Image& result) const;
 
   Options options_;
   Request request_;
@@ -62,6 +63,9 @@ class Job {
 
 // Where reports go: stdout, or stderr when the picture itself goes to stdout.
 void PrintReport(const std::string& line, const std::string& output);
+
+// A JSON object of these fields. [pure]
+std::string JsonText(const Fields& fields);
 
 }  // namespace tool
 
