@@ -13,7 +13,7 @@
 //   KIND YIELDS get NAME | getmask NAME                           -> WIDTH HEIGHT ALPHA INTACT PIXELS, or "-"
 //   check                                             -> what the ledger has against it, or "balanced"
 //   counts                                            -> locks pictures instances allocations throwing struck
-//   services                                          -> NAME=CALLS of every service called
+//   services                                          -> NAME=CALLS of every service called, between tabs
 //   sine NUMBER ...                                   -> NUMBER ...
 //   reset                                             forgets pictures, faults and counts
 #include <dlfcn.h>
@@ -117,8 +117,10 @@ void SetFaults(Words& words) {
     const auto at = entry.find('=');
     const std::string key = entry.substr(0, at), value = entry.substr(at + 1);
     if (key == "service") {
-      faults.throwingService = value;
-      continue;
+      std::string rest;  // names of methods hold spaces; this key comes last
+      std::getline(words, rest);
+      faults.throwingService = value + rest;
+      break;
     }
     const int number = std::stoi(value);
     if (key == "lock")
@@ -238,7 +240,7 @@ std::string Services() {
   std::map<std::string, int> calls;
   for (const auto& call : standin::Calls()) ++calls[call.service];
   std::string line;
-  for (const auto& [service, count] : calls) line += service + "=" + std::to_string(count) + " ";
+  for (const auto& [service, count] : calls) line += service + "=" + std::to_string(count) + "\t";
   return line;
 }
 

@@ -138,12 +138,14 @@ class Maker:
         limit = 40 if pick < 0.2 else 12
         return rng.randint(1, limit), rng.randint(1, limit)
 
-    def new_size(self, p):
+    def new_size(self, world, p):
         """Often a growth on both sides, sometimes out of all range."""
         rng = self.rng
         pick = rng.random()
         if pick < 0.08:
-            extreme = rng.choice((0, -1, -5, 32768, 32767, INT_MIN) + (() if p.alpha else (INT_MAX,)))
+            # Pictures with alpha know no largest size of their own, but cairo does.
+            extremes = (32768, INT_MAX) if not p.alpha else (32768,) if world.console else ()
+            extreme = rng.choice((0, -1, -5, 32767, INT_MIN) + extremes)
             size = [extreme, rng.choice((1, 1, p.height)) if extreme > 1000 else rng.randint(1, 9)]
             rng.shuffle(size)
             return tuple(size)
@@ -190,13 +192,13 @@ class Maker:
         case = Case(world, self.pictures, method, (), layout=self.layout)
         self.timing(case)
         if method in ("scale", "scalewithmask"):
-            case.arguments = (*self.new_size(p), rng.randrange(2))
+            case.arguments = (*self.new_size(world, p), rng.randrange(2))
             plain = all(q.store == "bitmap" for q in self.pictures.values())
             if world.console and plain and rng.random() < 0.3:
                 case.missing = DRAW_PICTURE
         elif method == "scaling":
             mode = rng.randint(1, 7) if rng.random() < 0.95 else rng.choice((0, 8, -1, INT_MIN, INT_MAX))
-            case.arguments = (mode, *self.new_size(p))
+            case.arguments = (mode, *self.new_size(world, p))
         elif method == "blur":
             case.arguments = (self.radius(),)
         else:

@@ -86,7 +86,7 @@ def run_one(seed, number, runners):
 def numbers(options):
     if options.case is not None:
         return [options.case]
-    randoms = list(range(options.count or (30000 if options.long else 1500)))
+    randoms = list(range(options.count or (30000 if options.long else 3000)))
     sweeps = SWEEP_CASES * (5 if options.long else 1)
     return randoms + [SWEEP + n % SWEEP_CASES for n in range(sweeps)]
 

@@ -65,7 +65,9 @@ class Walk:
             self.runners.drop(case.world.console, case.world.version)
             self.report(scene, faults, str(death))
             return None
-        if balance != "balanced":
+        # A buffer that was handed over is never touched again, not even when the taking throws.
+        handed_over = kind.startswith("thrown") and faults.endswith("=REALBuildPictureFromBuffer")
+        if balance != "balanced" and not (handed_over and balance.startswith("1 blocks of memory")):
             self.report(scene, faults, balance)
         return kind, [int(c) for c in counts.split()], before, after, result
 
@@ -104,12 +106,14 @@ class Walk:
         elif kind != "new":
             self.report(scene, faults, f"gave {kind}")
             return
+        if what == "shrink" and self.copies(case):
+            return
         if kind == "true":
             index = list(case.pictures).index("self")
             wrong = difference(after[index], case.pictures["self"], tops=False)
             if wrong:
                 self.report(scene, faults, wrong)
-        elif what != "shrink" or not self.copies(case):
+        else:
             wrong = self.strange(case, outcome, what, *result)
             if wrong:
                 self.report(scene, faults, wrong)
@@ -117,7 +121,7 @@ class Walk:
     @staticmethod
     def copies(case):
         """True when the runtime draws the source into a picture of its own first, which may be too small now."""
-        source = case.pictures["self"]
+        source = case.pictures[case.other or "self"]
         return case.method == "scalewithmask" or case.world.reading(source)[1]
 
     @staticmethod
@@ -142,12 +146,12 @@ class Walk:
         case = scene[1]
         process = self.runners.get(case.world.console, case.world.version)
         process.ask(case.set_up() + [case.call()])
-        services = dict(entry.split("=") for entry in process.ask(["services"])[0].split())
+        services = dict(entry.rsplit("=", 1) for entry in process.ask(["services"])[0].split("\t") if entry)
         for service in sorted(set(services) - GIVING_BACK):
             last = int(services[service])
             for n in sorted({*range(1, min(last, 12) + 1), last}):
                 for thrown, name in ((0, "foreign"), (1, "bad_alloc")):
-                    faults = f"service={service} throwat={n} thrown={thrown}"
+                    faults = f"throwat={n} thrown={thrown} service={service}"
                     seen = self.run(scene, faults)
                     if seen is None:
                         return
@@ -177,15 +181,15 @@ def nested(walk, scenes):
         process = walk.runners.get(case.world.console, case.world.version)
         expected = make_case(walk.seed, number).expected()
         for inner_number, inner in scenes:
+            source = inner.pictures["self"]
             if inner.world != case.world or inner.method == "draw":
                 continue
             walk.calls += 1
-            source = inner.pictures["self"]
             lines = case.set_up()
             lines.append(f"picture inner {source.store} {int(source.alpha)} {source.width} {source.height} 0 0 1 "
                          + next(line for line in inner.set_up() if line.startswith("picture self")).rsplit(" ", 1)[1])
             call = inner.call().replace("call result ", "").replace(" self ", " inner ", 1)
-            answers = process.ask(lines + [f"onyield 2 {call}", case.call(), "check"])
+            answers = process.ask(lines + [f"onyield 1 {call}", case.call(), "check"])
             kind, balance = answers[0].rsplit(" ", 1)[0], answers[1]
             wrong = balance if balance != "balanced" else ""
             if kind != expected.kind:
@@ -194,7 +198,9 @@ def nested(walk, scenes):
                 wrong = wrong or difference(process.ask(["get result"])[0], expected.picture)
             inner_case = make_case(walk.seed, inner_number)
             inner_case.pictures["self"].mask = None
-            wrong = wrong or difference(process.ask(["get nested"])[0], inner_case.expected().picture)
+            wanted = inner_case.expected()
+            if not wrong and wanted.kind == "new":
+                wrong = difference(process.ask(["get nested"])[0], wanted.picture)
             if wrong:
                 walk.report((number, case), f"with {call} in a yield", wrong)
 

@@ -54,7 +54,7 @@ def _resized_by_area(world, picture, width, height):
 
 def _enlarged(world, picture, width, height):
     source, kind = _opened(world, picture)
-    written = source and world.writing(width, height, source.alpha)
+    written = source and _grows(source, width, height) and world.writing(width, height, source.alpha) or None
     if written is None:
         return _nil()
     bytes_read = 3 if kind == px.BYTES3 else 4
