@@ -1,10 +1,44 @@
 #include <immintrin.h>
 
 #include "kernels/resample_float_simd.h"
+#include "kernels/resample_pair_simd.h"
 
 namespace pixmorph::kernels {
 
 namespace {
+
+// 16 lanes of 16 bits.
+struct Words256 {
+  using Self = Words256;
+  static constexpr std::int32_t kLanes = 16;
+  __m256i r;
+
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
+  PIXMORPH_OP LoadBytes(const void* p) { return {_mm256_loadu_si256(static_cast<const __m256i*>(p))}; }
+  PIXMORPH_OP Load(const std::int16_t* p) { return LoadBytes(p); }
+  PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.r);
+  }
+  PIXMORPH_OP Set(std::int16_t x) { return {_mm256_set1_epi16(x)}; }
+  PIXMORPH_OP Add(Self a, Self b) { return {_mm256_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP AddSaturated(Self a, Self b) { return {_mm256_adds_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Subtract(Self a, Self b) { return {_mm256_sub_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MultiplyLow(Self a, Self b) { return {_mm256_mullo_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MultiplyHigh(Self a, Self b) { return {_mm256_mulhi_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Xor(Self a, Self b) { return {_mm256_xor_si256(a.r, b.r)}; }
+  // -1 for negative lanes, else 0.
+  PIXMORPH_OP Signs(Self a) { return {_mm256_srai_epi16(a.r, 15)}; }
+  // Of each 16 bytes the first or the last eight as lanes, and back.
+  PIXMORPH_OP Low(Self a) { return {_mm256_unpacklo_epi8(a.r, _mm256_setzero_si256())}; }
+  PIXMORPH_OP High(Self a) { return {_mm256_unpackhi_epi8(a.r, _mm256_setzero_si256())}; }
+  PIXMORPH_OP Pack(Self low, Self high) { return {_mm256_packus_epi16(low.r, high.r)}; }
+  // Pixels with another top byte.
+  PIXMORPH_OP WithTop(Self a, std::uint32_t top) {
+    const auto colours = _mm256_and_si256(a.r, _mm256_set1_epi32(0x00FFFFFF));
+    return {_mm256_or_si256(colours, _mm256_set1_epi32(static_cast<std::int32_t>(top)))};
+  }
+#undef PIXMORPH_OP
+};
 
 struct TwoPixels {
   using F = __m256;
@@ -82,9 +116,11 @@ struct TwoPixels {
 };
 using Passes = FloatPasses<TwoPixels>;
 
+using Pairs = PairPasses<Words256>;
+
 }  // namespace
 
 extern const ResampleKernels kResampleAvx2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                              Passes::PlanBytes, Passes::Plan};
+                                              PlanBytesOfEither<Pairs, Passes>, PlanEither<Pairs, Passes>};
 
 }  // namespace pixmorph::kernels

@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "kernels/resample_kernel.h"
+#include "kernels/resample_pair_simd.h"
 
 // Slots hold four intermediate rows woven together: 16 bytes a pixel, channel by channel, each with the bytes
 // of the four rows. So one 32-bit word is a quad of vertical taps, and no byte is moved between the two
@@ -282,25 +283,61 @@ void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slo
   }
 }
 
-std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
-  return ByteSize(QuadsBytes(row)).Plus(QuadsBytes(column)).Bytes();
-}
+struct QuadPasses {
+  static std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
+    return ByteSize(QuadsBytes(row)).Plus(QuadsBytes(column)).Bytes();
+  }
 
-bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
-  if (!PackQuads(row, true, memory, plan.rowQuads)) return false;
-  if (!PackQuads(column, false, static_cast<std::uint8_t*>(memory) + QuadsBytes(row), plan.columnQuads))
-    return false;
-  plan.alongRows = AlongRows;
-  plan.alongColumns = AlongColumns;
-  plan.batchRows = 4;
-  plan.slotBytes = (row.count + kSlotPixels - 1) / kSlotPixels * kSlotPixels * std::int64_t{16};
-  plan.scratchBytes = (row.sourceLength + 15) / 16 * std::int64_t{256};
-  return true;
-}
+  static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
+    if (!PackQuads(row, true, memory, plan.rowQuads)) return false;
+    if (!PackQuads(column, false, static_cast<std::uint8_t*>(memory) + QuadsBytes(row), plan.columnQuads))
+      return false;
+    plan.alongRows = AlongRows;
+    plan.alongColumns = AlongColumns;
+    plan.batchRows = 4;
+    plan.slotBytes = (row.count + kSlotPixels - 1) / kSlotPixels * kSlotPixels * std::int64_t{16};
+    plan.scratchBytes = (row.sourceLength + 15) / 16 * std::int64_t{256};
+    return true;
+  }
+};
+
+// 32 lanes of 16 bits.
+struct Words512 {
+  using Self = Words512;
+  static constexpr std::int32_t kLanes = 32;
+  __m512i r;
+
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
+  PIXMORPH_OP LoadBytes(const void* p) { return {_mm512_loadu_si512(p)}; }
+  PIXMORPH_OP Load(const std::int16_t* p) { return LoadBytes(p); }
+  PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) { _mm512_storeu_si512(p, a.r); }
+  PIXMORPH_OP Set(std::int16_t x) { return {_mm512_set1_epi16(x)}; }
+  PIXMORPH_OP Add(Self a, Self b) { return {_mm512_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP AddSaturated(Self a, Self b) { return {_mm512_adds_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Subtract(Self a, Self b) { return {_mm512_sub_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MultiplyLow(Self a, Self b) { return {_mm512_mullo_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MultiplyHigh(Self a, Self b) { return {_mm512_mulhi_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Xor(Self a, Self b) { return {_mm512_xor_si512(a.r, b.r)}; }
+  // -1 for negative lanes, else 0.
+  PIXMORPH_OP Signs(Self a) { return {_mm512_srai_epi16(a.r, 15)}; }
+  // Of each 16 bytes the first or the last eight as lanes, and back.
+  PIXMORPH_OP Low(Self a) { return {_mm512_unpacklo_epi8(a.r, _mm512_setzero_si512())}; }
+  PIXMORPH_OP High(Self a) { return {_mm512_unpackhi_epi8(a.r, _mm512_setzero_si512())}; }
+  PIXMORPH_OP Pack(Self low, Self high) { return {_mm512_packus_epi16(low.r, high.r)}; }
+  // Pixels with another top byte.
+  PIXMORPH_OP WithTop(Self a, std::uint32_t top) {
+    return {_mm512_ternarylogic_epi32(a.r, _mm512_set1_epi32(0x00FFFFFF),
+                                      _mm512_set1_epi32(static_cast<std::int32_t>(top)), 0xEA)};
+  }
+#undef PIXMORPH_OP
+};
+
+using Pairs = PairPasses<Words512>;
 
 }  // namespace
 
-extern const ResampleKernels kResampleAvx512 = {ref::ResampleAlongRow, ref::ResampleAlongColumns, PlanBytes,
-                                                Plan};
+extern const ResampleKernels kResampleAvx512 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
+                                                PlanBytesOfEither<Pairs, QuadPasses>,
+                                                PlanEither<Pairs, QuadPasses>};
 
 }  // namespace pixmorph::kernels

@@ -7,6 +7,7 @@
 #include "kernels/contribution.h"
 #include "kernels/pixel_layout.h"
 #include "kernels/resample_floats.h"
+#include "kernels/resample_pairs.h"
 #include "kernels/resample_quads.h"
 #include "kernels/resample_weights.h"
 
@@ -58,7 +59,10 @@ struct FusedPlan {
   // Of these the level uses its own kind.
   QuadAxis rowQuads, columnQuads;
   FloatAxis rowFloats, columnFloats;
-  std::int32_t longestStretch;  // source pixels that four neighbouring output columns read, at most
+  PairAxis rowPairs, columnPairs;
+  const std::int16_t* pairLanes;    // factors of the output columns, lane by lane
+  const std::int32_t* pairSources;  // of each output column the heavier and the lighter sample's column
+  std::int32_t longestStretch;      // source pixels that four neighbouring output columns read, at most
 };
 
 struct ResampleKernels {

@@ -12,9 +12,11 @@ struct ByUnpacking {
 };
 using Passes = FloatPasses<OnePixel<ByUnpacking>>;
 
+using Pairs = PairPasses<Words128>;
+
 }  // namespace
 
 extern const ResampleKernels kResampleSse2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                              Passes::PlanBytes, Passes::Plan};
+                                              PlanBytesOfEither<Pairs, Passes>, PlanEither<Pairs, Passes>};
 
 }  // namespace pixmorph::kernels

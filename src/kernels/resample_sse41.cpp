@@ -11,9 +11,11 @@ struct ByWidening {
 };
 using Passes = FloatPasses<OnePixel<ByWidening>>;
 
+using Pairs = PairPasses<Words128>;
+
 }  // namespace
 
 extern const ResampleKernels kResampleSse41 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                               Passes::PlanBytes, Passes::Plan};
+                                               PlanBytesOfEither<Pairs, Passes>, PlanEither<Pairs, Passes>};
 
 }  // namespace pixmorph::kernels

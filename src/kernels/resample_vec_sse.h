@@ -4,10 +4,44 @@
 #include <emmintrin.h>
 
 #include "kernels/resample_float_simd.h"
+#include "kernels/resample_pair_simd.h"
 
 namespace pixmorph::kernels {
 
 namespace {
+
+// 8 lanes of 16 bits.
+struct Words128 {
+  using Self = Words128;
+  static constexpr std::int32_t kLanes = 8;
+  __m128i r;
+
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
+  PIXMORPH_OP LoadBytes(const void* p) { return {_mm_loadu_si128(static_cast<const __m128i*>(p))}; }
+  PIXMORPH_OP Load(const std::int16_t* p) { return LoadBytes(p); }
+  PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.r);
+  }
+  PIXMORPH_OP Set(std::int16_t x) { return {_mm_set1_epi16(x)}; }
+  PIXMORPH_OP Add(Self a, Self b) { return {_mm_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP AddSaturated(Self a, Self b) { return {_mm_adds_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Subtract(Self a, Self b) { return {_mm_sub_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MultiplyLow(Self a, Self b) { return {_mm_mullo_epi16(a.r, b.r)}; }
+  PIXMORPH_OP MultiplyHigh(Self a, Self b) { return {_mm_mulhi_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Xor(Self a, Self b) { return {_mm_xor_si128(a.r, b.r)}; }
+  // -1 for negative lanes, else 0.
+  PIXMORPH_OP Signs(Self a) { return {_mm_srai_epi16(a.r, 15)}; }
+  // Of each 16 bytes the first or the last eight as lanes, and back.
+  PIXMORPH_OP Low(Self a) { return {_mm_unpacklo_epi8(a.r, _mm_setzero_si128())}; }
+  PIXMORPH_OP High(Self a) { return {_mm_unpackhi_epi8(a.r, _mm_setzero_si128())}; }
+  PIXMORPH_OP Pack(Self low, Self high) { return {_mm_packus_epi16(low.r, high.r)}; }
+  // Pixels with another top byte.
+  PIXMORPH_OP WithTop(Self a, std::uint32_t top) {
+    const auto colours = _mm_and_si128(a.r, _mm_set1_epi32(0x00FFFFFF));
+    return {_mm_or_si128(colours, _mm_set1_epi32(static_cast<std::int32_t>(top)))};
+  }
+#undef PIXMORPH_OP
+};
 
 // One pixel a vector. Widen turns the 32-bit word in lane 0 of a vector into four words, one a byte.
 template <class Widen>
