@@ -24,7 +24,8 @@ AreaRows::AreaRows(const SourcePixels& source, PixelLayout outLayout, std::int32
       down_(kernels::MakeAreaAxis(source.height, newHeight)),
       step_(kernels::BytesPerPixel(source.layout)),
       repeats_(across_.box == 1 && down_.box == 1),
-      keepsRow_(newHeight > source.height || outLayout == PixelLayout::kRgb24),
+      packs_(outLayout == PixelLayout::kRgb24),
+      keepsRow_(newHeight > source.height),
       streams_(std::int64_t{newWidth} * newHeight * 4 >= kStreamFrom),
       totals32_(down_.box > kAreaRowsIn16Bits),
       tiles_(step_ == 4 && across_.box * newWidth == source.width &&
@@ -40,6 +41,7 @@ bool AreaRows::PlanMemory() {
   const std::int64_t sums = slab_.Plan<std::uint16_t>(repeats_ ? 0 : elements);
   const std::int64_t totals = slab_.Plan<std::uint32_t>(totals32_ ? elements : 0);
   const std::int64_t row = slab_.Plan<std::uint32_t>(keepsRow_ ? across_.newSize : 0);
+  const std::int64_t bgrxRow = slab_.Plan<std::uint32_t>(packs_ ? across_.newSize : 0);
   const bool unpacks = repeats_ && step_ == 3;
   const std::int64_t sourceRow = slab_.Plan<std::uint32_t>(unpacks ? source_.width : 0);
   if (!slab_.Allocate()) return false;
@@ -47,6 +49,7 @@ bool AreaRows::PlanMemory() {
   sums_ = slab_.At<std::uint16_t>(sums);
   totals_ = slab_.At<std::uint32_t>(totals);
   row_ = slab_.At<std::uint8_t>(row);
+  bgrxRow_ = slab_.At<std::uint8_t>(bgrxRow);
   sourceRow_ = slab_.At<std::uint8_t>(sourceRow);
   return true;
 }
@@ -71,12 +74,22 @@ void AreaRows::MakeRow(std::uint8_t* out, std::int32_t y) {
   }
   const std::int32_t y0 = down_.Start(y);
   if (!keepsRow_) {
-    MakeBgrx(out, y0);
+    MakeRowFrom(out, y0);
     return;
   }
-  if (y0 != keptFrom_) MakeBgrx(row_, y0);
+  if (y0 != keptFrom_) MakeRowFrom(row_, y0);
   keptFrom_ = y0;
-  Deliver(out);
+  const std::int32_t bytes = across_.newSize * kernels::BytesPerPixel(outLayout_);
+  if (streams_) {
+    kernels_.copyRow(out, row_, bytes);
+  } else {
+    __builtin_memcpy(out, row_, static_cast<std::uint32_t>(bytes));
+  }
+}
+
+void AreaRows::MakeRowFrom(std::uint8_t* out, std::int32_t y0) {
+  MakeBgrx(packs_ ? bgrxRow_ : out, y0);
+  if (packs_) pack_.bgrxToRgb24(out, bgrxRow_, across_.newSize);
 }
 
 void AreaRows::MakeBgrx(std::uint8_t* bgrx, std::int32_t y0) {
@@ -126,16 +139,6 @@ void AreaRows::SumTotals(std::int32_t y0) {
     const std::int32_t left = down_.box - done;
     SumRows(y0 + done, left < kAreaRowsIn16Bits ? left : kAreaRowsIn16Bits);
     kernels_.addSums(totals_, sums_, source_.width * step_, done == 0);
-  }
-}
-
-void AreaRows::Deliver(std::uint8_t* out) const {
-  if (outLayout_ == PixelLayout::kRgb24) {
-    pack_.bgrxToRgb24(out, row_, across_.newSize);
-  } else if (streams_) {
-    kernels_.copyRow(out, row_, across_.newSize * 4);
-  } else {
-    __builtin_memcpy(out, row_, static_cast<std::uint32_t>(across_.newSize) * 4);
   }
 }
 

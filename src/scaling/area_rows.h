@@ -32,12 +32,12 @@ class AreaRows {
  private:
   bool PlanMemory();
   void PlanColumns();
+  void MakeRowFrom(std::uint8_t* out, std::int32_t y0);
   void MakeBgrx(std::uint8_t* bgrx, std::int32_t y0);
   void RepeatPixels(std::uint8_t* bgrx, std::int32_t y0);
   void AverageBoxes(std::uint8_t* bgrx, std::int32_t y0);
   void SumRows(std::int32_t y0, std::int32_t rowCount);
   void SumTotals(std::int32_t y0);
-  void Deliver(std::uint8_t* out) const;
 
   const SourcePixels source_;
   const kernels::PixelLayout outLayout_;
@@ -47,7 +47,8 @@ class AreaRows {
   const kernels::AreaAxis down_;
   const std::int32_t step_;  // elements of a row of sums from one source pixel to the next
   const bool repeats_;       // boxes of one pixel
-  const bool keepsRow_;      // the result's rows go through `row_`: several are equal, or are packed
+  const bool packs_;         // the result has three bytes a pixel
+  const bool keepsRow_;      // several rows of the result are equal: `row_` holds the last one made
   const bool streams_;       // the result is too large to stay in the caches
   const bool totals32_;      // a column sum of a box does not fit 16 bits
   const bool tiles_;         // boxes lie side by side and are small enough to be averaged without sums
@@ -58,7 +59,8 @@ class AreaRows {
   std::int32_t* starts_ = nullptr;     // first element of each new pixel's box in a row of sums
   std::uint16_t* sums_ = nullptr;      // column sums
   std::uint32_t* totals_ = nullptr;    // the same in 32 bits
-  std::uint8_t* row_ = nullptr;        // one row of the result, 32-bit
+  std::uint8_t* row_ = nullptr;        // one row of the result
+  std::uint8_t* bgrxRow_ = nullptr;    // the same as 32-bit pixels, to be packed
   std::uint8_t* sourceRow_ = nullptr;  // one 24-bit source row as 32-bit pixels
 };
 
