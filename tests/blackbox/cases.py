@@ -1,7 +1,7 @@
 """Random calls of the five methods: what to send to the runner, and what must come back.
 
-A case is made from a seed and a number alone, so that any one can be run again by itself. Numbers from SWEEP on
-walk through every length from 1 to 130 in one row or one column instead.
+A case is made from a seed and a number alone, so that any one can be run again by itself. Numbers from SWEEP
+on walk through every length from 1 to 130 in a few rows or columns instead.
 """
 
 import math
@@ -40,9 +40,8 @@ class Case:
         lines = ["reset", f"new {w.new_plain} {w.new_alpha} {w.new_mask} {self.layout.get('new', 0)}"]
         for name, p in self.pictures.items():
             stride, scrambled, guard = self.layout.get(name, (0, 0, 0))
-            lines.append(
-                f"picture {name} {p.store} {int(p.alpha)} {p.width} {p.height} {stride} {scrambled} {guard} {as_hex(p)}"
-            )
+            memory = f"{stride} {scrambled} {guard}"
+            lines.append(f"picture {name} {p.store} {int(p.alpha)} {p.width} {p.height} {memory} {as_hex(p)}")
         lines += [f"mask {name} {p.mask.name}" for name, p in self.pictures.items() if p.mask]
         lines.append(f"without {self.missing}")
         lines += ["clock %s %s" % self.clock, f"stack {self.stack}"]
@@ -51,8 +50,8 @@ class Case:
     def call(self, result="result"):
         numbers = [n.hex() if isinstance(n, float) else str(int(n)) for n in self.arguments]
         receiver = "self" if "self" in self.pictures else "-"
-        words = ["call", result, self.method, receiver] + ([self.other or "-"] if self.method == "draw" else [])
-        return " ".join(words + numbers + [str(self.interval)])
+        drawn = [self.other or "-"] if self.method == "draw" else []
+        return " ".join(["call", result, self.method, receiver] + drawn + numbers + [str(self.interval)])
 
     def expected(self):
         """The outcome; a picture drawn into is changed in `pictures`."""
@@ -74,7 +73,8 @@ class Case:
         p = self.pictures.get("self")
         shape = f"{p.width}x{p.height} {p.store}{' alpha' * p.alpha}{' mask' * bool(p.mask)}" if p else "nil"
         mode = "console" if self.world.console else "desktop"
-        return f"{mode} {self.world.version}: {self.method}{self.arguments} of {shape}, interval {self.interval}"
+        call = f"{self.method}{self.arguments}"
+        return f"{mode} {self.world.version}: {call} of {shape}, interval {self.interval}"
 
 
 def as_hex(picture):
@@ -159,15 +159,16 @@ class Maker:
         rng = self.rng
         if rng.random() < 0.2:
             return rng.choice(
-                (0.99, 0.0, -3.0, math.nan, math.inf, -math.inf, 1e5, 1048574.5, 1048575.0, 2147483647.9, 2.0**31, 1e300)
+                (0.99, 0.0, -3.0, math.nan, math.inf, -math.inf, 1e5, 1048574.5, 1048575.0, 2.0**31 - 0.1, 2.0**31, 1e300)
             )
         return rng.choice((1.0, 1.7, float(rng.randint(1, 12)), rng.uniform(1, 60)))
 
     def position(self, span):
         rng = self.rng
         if rng.random() < 0.06:
-            return rng.choice((math.nan, math.inf, -math.inf, 1e300, -1e300, 2.0**31, -(2.0**31), 2.0**31 - 0.5,
-                               -(2.0**31) - 0.5, 2.0**31 - 1, 5e-324, -5e-324, -1e-20))
+            edge = 2.0**31
+            return rng.choice((math.nan, math.inf, -math.inf, 1e300, -1e300, edge, -edge, edge - 0.5, -edge - 0.5,
+                               edge - 1, 5e-324, -5e-324, -1e-20))
         whole = rng.randint(-span - 1, span + 1)
         return whole + rng.choice((0.0, 0.0, 0.5, 0.25, rng.random()))
 
@@ -203,7 +204,9 @@ class Maker:
             case.arguments = (self.radius(),)
         else:
             self.drawn(case, p)
-        if rng.random() < 0.01 and case.other != "self":
+            p = self.pictures["self"]
+        masked = any(other.mask is p for other in self.pictures.values())
+        if rng.random() < 0.01 and case.other != "self" and not masked:
             self.pictures.pop("self")
         return case
 

@@ -33,7 +33,8 @@ def difference(answer, expected, tops=True):
         return ""
     width, height, alpha, intact, digits = parsed(answer)
     if (width, height, alpha) != (expected.width, expected.height, expected.alpha):
-        return f"got {width}x{height} alpha {alpha}, expected {expected.width}x{expected.height} {expected.alpha}"
+        wanted = (expected.width, expected.height, expected.alpha)
+        return f"got {(width, height, alpha)}, expected {wanted}"
     for at, (r, g, b, top) in enumerate(expected.pixels):
         got = digits[8 * at : 8 * at + 8]
         if got[2:] != f"{r:02x}{g:02x}{b:02x}" or (tops and top is not None and got[:2] != f"{top:02x}"):

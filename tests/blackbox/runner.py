@@ -129,7 +129,7 @@ class Runners:
         self.open.pop(("console" if console else "desktop", str(version)), None)
 
     def sines(self, angles):
-        """The sines as 32-bit programs of this machine get them: the last bit differs from a 64-bit program's."""
+        """The sines as 32-bit programs get them: the last bit differs from a 64-bit program's."""
         answer = self.get(True, 2015.021).ask(["sine " + " ".join(angle.hex() for angle in angles)])[0]
         return [float.fromhex(sine) for sine in answer.split()]
 

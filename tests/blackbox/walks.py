@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Failure walks through the built library: each service refuses or throws at its n-th call, for n = 1, 2, ...
 
-Whatever fails, a call ends orderly: nothing crashes, every reference, lock and buffer is given back, a failed call
-leaves pictures alone, and a result that does come is one of those that the methods promise for the failure.
+Whatever fails, a call ends orderly: nothing crashes, every reference, lock and buffer is given back, a failed
+call leaves pictures alone, and a result that does come is one of those promised for the failure.
 """
 
 import argparse
@@ -100,7 +100,7 @@ class Walk:
                 self.report(scene, faults, "failed, but changed a picture")
             smooth = case.method == "scale" and case.arguments[2] and "persistent=0" in faults
             must_succeed = what == "allocation" and case.method == "draw"
-            if must_succeed or (smooth and methods._grows(case.pictures["self"], *case.arguments[:2])):
+            if must_succeed or (smooth and methods.grows(case.pictures["self"], *case.arguments[:2])):
                 self.report(scene, faults, f"gave {kind} although another way is left")
             return
         elif kind != "new":
@@ -120,7 +120,7 @@ class Walk:
 
     @staticmethod
     def copies(case):
-        """True when the runtime draws the source into a picture of its own first, which may be too small now."""
+        """True when the runtime draws the source into a picture of its own first, which may be too small."""
         source = case.pictures[case.other or "self"]
         return case.method == "scalewithmask" or case.world.reading(source)[1]
 
@@ -205,6 +205,29 @@ def nested(walk, scenes):
                 walk.report((number, case), f"with {call} in a yield", wrong)
 
 
+def meddling(walk, scenes):
+    """Script code draws into the source in every yield: the result may mix old and new pixels, not more."""
+    for scene in scenes:
+        case = scene[1]
+        source = case.pictures["self"]
+        if case.method == "draw" or case.world.in_place(source) is None:
+            continue
+        process = walk.runners.get(case.world.console, case.world.version)
+        for white, opacity in ((255, 1.0), (0, 1.0), (255, 1e300)):
+            walk.calls += 1
+            pixels = f"{white:02x}" * 4 * (source.width * source.height)
+            lines = [f"picture brush {source.store} 0 {source.width} {source.height} 0 0 1 {pixels}",
+                     f"onyield 0 draw self brush {(0.5).hex()} 0x0p+0 {opacity.hex()} 0"]
+            try:
+                call, balance = process.ask(case.set_up() + lines + [case.call(), "check"])
+            except case_runner.RunnerDied as death:
+                walk.runners.drop(case.world.console, case.world.version)
+                walk.report(scene, "with a drawing in each yield", str(death))
+                break
+            if not call.startswith("new ") or balance != "balanced":
+                walk.report(scene, "with a drawing in each yield", f"{call}, {balance}")
+
+
 def shared_record(walk):
     """A nested scaling sets the record that the outer one goes on with: interval 0 ends its yields."""
     process = walk.runners.get(True, 2015.021)
@@ -240,6 +263,7 @@ def main():
                     walk.report(scene, faults, f"gave {seen[0]}, or changed a picture")
         walk.throws(scene)
     nested(walk, scenes)
+    meddling(walk, scenes)
     shared_record(walk)
     walk.runners.close()
     print(f"{walk.calls - walk.failed} passed, {walk.failed} failed ({len(scenes)} scenes)")

@@ -13,6 +13,7 @@ from .resample import resample
 from .smooth_enlarge import smooth_enlarge
 
 MOST_BYTES = 2**31 - 1  # of one work buffer
+LIST_BYTES = 12  # a pointer, a count and a single-precision sum in the resampler's tables
 
 
 @dataclass
@@ -54,7 +55,7 @@ def _resized_by_area(world, picture, width, height):
 
 def _enlarged(world, picture, width, height):
     source, kind = _opened(world, picture)
-    written = source and _grows(source, width, height) and world.writing(width, height, source.alpha) or None
+    written = source and grows(source, width, height) and world.writing(width, height, source.alpha) or None
     if written is None:
         return _nil()
     bytes_read = 3 if kind == px.BYTES3 else 4
@@ -68,7 +69,7 @@ def _enlarged(world, picture, width, height):
     return Outcome("new", result, 3 + bytes_read * height)
 
 
-def _grows(picture, width, height):
+def grows(picture, width, height):
     return picture is not None and picture.width < width and picture.height < height
 
 
@@ -77,7 +78,7 @@ def scale(world, picture, width, height, smooth):
         return _nil()  # nil reads as 0 by 0, so this is the size it has
     if picture is not None and (picture.width, picture.height) == (width, height):
         return Outcome("same")
-    if smooth and _grows(picture, width, height):
+    if smooth and grows(picture, width, height):
         result = _enlarged(world, picture, width, height)
         if result.kind != "nil":
             return result
@@ -104,7 +105,7 @@ def scale_image_and_mask(world, picture, width, height, smooth, mask_of_alpha=No
     if picture.alpha:
         plain = [p[:3] + (px.ANY_TOP,) for p in picture.pixels]
         picture = Picture(picture.width, picture.height, plain, world.new_plain, False, mask_of_alpha)
-    if smooth and _grows(picture, width, height):
+    if smooth and grows(picture, width, height):
         result = _with_mask(world, picture, width, height, _enlarged)
         if result.kind != "nil":
             return result
@@ -117,6 +118,8 @@ def scaling(world, picture, mode, width, height):
     source, _ = _opened(world, picture)
     if source is None or source.height * width * 4 > MOST_BYTES:
         return _nil()
+    if width < height and height * LIST_BYTES > MOST_BYTES:  # the table of the second pass can't be had
+        return _nil(3)
     written = world.writing(width, height, source.alpha)
     if written is None:
         return _nil(5)

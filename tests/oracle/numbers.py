@@ -1,4 +1,4 @@
-"""Number formats: rounding to single precision, truncation with saturation, products of limited significance."""
+"""Number formats: rounding to single precision, saturating truncation, products of limited significance."""
 
 import math
 import struct

@@ -56,7 +56,7 @@ class World:
         return None if kind == BYTES3 else kind
 
     def reading(self, picture):
-        """How a picture is read, and whether it is read from a copy that the runtime draws; or (None, False)."""
+        """How a picture is read, and whether from a copy that the runtime draws; or (None, False)."""
         kind = self._direct(picture.store, picture.alpha)
         if kind is None and not self.console and not picture.alpha:
             return self._direct(self.new_plain, False), True

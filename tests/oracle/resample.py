@@ -8,7 +8,7 @@ PI = 3.141592653589793
 
 
 class Sine:
-    """The sines that sinc needs. A runner that computes the library's own replaces `of`: C libraries differ."""
+    """The sines that sinc needs. A runner of the library replaces `of`: C libraries differ."""
 
     known = {}
 

@@ -1,4 +1,4 @@
-"""Checks the evaluators against numbers worked out by hand. Run as `python3 -m oracle.self_check` in tests/."""
+"""Checks the evaluators against numbers worked out by hand. Run in tests/: python3 -m oracle.self_check"""
 
 import math
 import unittest
@@ -53,8 +53,8 @@ class Resample(unittest.TestCase):
         for mode in (1, 2, 3, 4, 6, 7):
             self.assertEqual(value[mode](0.0), 1)
         for mode, t, expected in (
-            (5, 0.0, 8 / 9), (5, 1.0, 1 / 18), (5, 1.5, -5 / 144), (6, 1.0, 0), (6, 0.5, 0.59375), (7, 0.5, 7 / 12),
-            (7, 1.5, -3 / 32), (7, 2.5, 1 / 96), (3, 1.5, -4 / (3 * math.pi**2)), (2, 0.5, 1), (2, 0.51, 0),
+            (5, 0.0, 8 / 9), (5, 1.0, 1 / 18), (5, 1.5, -5 / 144), (6, 1.0, 0), (6, 0.5, 0.59375),
+            (7, 0.5, 7 / 12), (7, 1.5, -3 / 32), (7, 2.5, 1 / 96), (3, 1.5, -4 / (3 * math.pi**2)), (2, 0.5, 1), (2, 0.51, 0),
         ):
             self.assertAlmostEqual(value[mode](t), expected, places=14, msg=f"mode {mode} at {t}")
 

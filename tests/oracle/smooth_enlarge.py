@@ -43,6 +43,7 @@ def smooth_enlarge(image, width, height, channels):
                     total = to_single(total + to_single(row[x][c] * weight))
                 buffer.append(total)
             for (before, here, after, beyond), (w0, w1, w2, w3) in columns:
-                value = buffer[before] * w3 + 0.5 + buffer[here] * w2 + buffer[after] * w1 + buffer[beyond] * w0
+                value = buffer[before] * w3 + 0.5 + buffer[here] * w2
+                value = value + buffer[after] * w1 + buffer[beyond] * w0
                 planes[c].append(_byte(value))
     return list(zip(*planes))

@@ -1,4 +1,4 @@
-"""How often an operation hands control over, given its offers to yield and a clock that moves with each reading."""
+"""How often an operation hands control over, by its offers to yield and a clock that moves when read."""
 
 import math
 
