@@ -1,16 +1,24 @@
 #include "host/entry.h"
 #include "host/plugin_entry.h"
-#include "host/service_slots.h"
+#include "host/resolver.h"
 #include "host/versions.h"
 
 namespace pixmorph {
 namespace {
 
-// Leaves the version as it is when the runtime cannot tell; a value that is not a number says nothing either.
+// The two services of start-up are looked up at every start: nothing but start-up uses them.
+
+// Leaves the version as it is when the runtime cannot tell; a value that is not a number counts as unknown.
 void ReadRuntimeVersion() {
-  if (!slots::GetRBVersion.Find()) return;
-  const double version = slots::GetRBVersion();
+  HostService<double()> getVersion("REALGetRBVersion");
+  if (!getVersion.Find()) return;
+  const double version = getVersion();
   rbversion_rbversion = version == version ? version : 0.0;
+}
+
+void ReportControlVersion() {
+  HostService<void(std::int32_t)> report("RegisterPluginVersion");
+  report(CurrentREALControlVersion);
 }
 
 }  // namespace
@@ -24,6 +32,6 @@ extern "C" void REALPluginMain(pixmorph::REALResolver resolver) {
   gResolver = resolver;
   ReadRuntimeVersion();
   CurrentREALControlVersion = ControlVersionFor(rbversion_rbversion);
-  slots::RegisterPluginVersion(CurrentREALControlVersion);
+  ReportControlVersion();
   PluginEntry();
 }
