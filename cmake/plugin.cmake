@@ -1,6 +1,10 @@
 # The core (a static library that tests and benchmarks link too) and the plugin made of it.
 file(GLOB_RECURSE PIXMORPH_CORE_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
 pixmorph_set_isa_flags(${PIXMORPH_CORE_SOURCES})
+# Files that catch name the type they catch: without run-time types the compiler would put a copy of it into the
+# library, which older C++ libraries, comparing addresses, do not take for the one that was thrown.
+set_source_files_properties(${PROJECT_SOURCE_DIR}/src/support/objects.cpp ${PROJECT_SOURCE_DIR}/src/support/strings.cpp
+  PROPERTIES COMPILE_OPTIONS -frtti)
 
 add_library(pixmorph_core OBJECT ${PIXMORPH_CORE_SOURCES})
 target_link_libraries(pixmorph_core PRIVATE pixmorph_warnings PUBLIC pixmorph_core_flags)

@@ -44,6 +44,8 @@ check_needed() {
   done
   # Shared, so that an exception of the runtime's is recognised here.
   expect "does not share libgcc_s" 'NEEDED.*libgcc_s\.so\.1' "$dynamic"
+  expect "a copy of the type it catches" '^_ZTISt9bad_alloc@' "$imports"
+  refuse "a copy of the type it catches" '^_ZTV' "$imports"
   refuse "more of the C++ library than catching needs" '^(_Zn|_Zd|_ZNK?St|__cxa_guard|__cxa_throw|__cxa_allocate)' "$imports"
 }
 
