@@ -174,9 +174,9 @@ def add_modes(page, rows):
 
 def add_photo(page, number, photo, rows):
     page.body.append(f"<h2 id=\"p{number}\">{html.escape(os.path.basename(photo))}</h2>")
-    for row in rows:
-        if "error" in row:
-            page.body.append(f"<p class=\"bad\">{html.escape(row['mode'])}: {html.escape(row['error'])}</p>")
+    # A file that can't be read fails alike in every mode.
+    for error in dict.fromkeys(row["error"] for row in rows if "error" in row):
+        page.body.append(f"<p class=\"bad\">{html.escape(error)}</p>")
     shown = [row for row in rows if row["mode"] == modes_in(rows)[0]]
     if not with_method(shown, "ScaleKTZ"):
         return

@@ -81,7 +81,8 @@ void ParseAndRun(int argc, char** argv, Options& options) {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     const std::vector<CLI::App*> asked = app.get_subcommands();
-    std::printf("%s", (asked.empty() ? &app : asked.front())->help().c_str());
+    const std::string text = asked.empty() ? app.help() : asked.front()->help("pixmorph");
+    std::printf("%s", text.c_str());
     return;
   } catch (const CLI::ParseError& error) {
     throw Failure(Exit::kUsage, UsageSentence(app, error));
