@@ -37,6 +37,13 @@ struct Words256 {
     const auto colours = _mm256_and_si256(a.r, _mm256_set1_epi32(0x00FFFFFF));
     return {_mm256_or_si256(colours, _mm256_set1_epi32(static_cast<std::int32_t>(top)))};
   }
+
+  // Pixels at columns counted from `from`, below `rest` and kReach.
+  static constexpr std::int32_t kReach = INT32_MAX;
+  PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t, const std::int32_t* columns) {
+    const __m256i places = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns));
+    return {_mm256_i32gather_epi32(reinterpret_cast<const int*>(from), places, 4)};
+  }
 #undef PIXMORPH_OP
 };
 

@@ -329,6 +329,15 @@ struct Words512 {
     return {_mm512_ternarylogic_epi32(a.r, _mm512_set1_epi32(0x00FFFFFF),
                                       _mm512_set1_epi32(static_cast<std::int32_t>(top)), 0xEA)};
   }
+
+  // Pixels at columns counted from `from`, below `rest` and kReach.
+  static constexpr std::int32_t kReach = 32;
+  PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t rest, const std::int32_t* columns) {
+    const std::uint32_t inside = rest < 32 ? (1u << rest) - 1 : 0xFFFFFFFFu;
+    const __m512i low = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(inside & 0xFFFF), from);
+    const __m512i high = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(inside >> 16), from + 64);
+    return {_mm512_permutex2var_epi32(low, _mm512_loadu_si512(columns), high)};
+  }
 #undef PIXMORPH_OP
 };
 

@@ -61,7 +61,7 @@ struct FusedPlan {
   FloatAxis rowFloats, columnFloats;
   PairAxis rowPairs, columnPairs;
   const std::int16_t* pairLanes;    // factors of the output columns, lane by lane
-  const std::int32_t* pairSources;  // of each output column the heavier and the lighter sample's column
+  const std::int32_t* pairSources;  // source columns of the output columns, vector by vector
   std::int32_t longestStretch;      // source pixels that four neighbouring output columns read, at most
 };
 

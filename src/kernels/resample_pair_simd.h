@@ -49,7 +49,7 @@ class PairPasses {
     return ByteSize(PairsBytes(row))
         .Plus(PairsBytes(column))
         .Plus(128)
-        .Plus(ByteSize(padded).Times(2 * sizeof(std::int32_t) + 16 * sizeof(std::int16_t)).Bytes())
+        .Plus(ByteSize(padded).Times(3 * sizeof(std::int32_t) + 16 * sizeof(std::int16_t)).Bytes())
         .Bytes();
   }
 
@@ -57,34 +57,56 @@ class PairPasses {
     const std::int32_t padded = Padded(row.count);
     auto* const lanes = static_cast<std::int16_t*>(memory);
     auto* const sources = reinterpret_cast<std::int32_t*>(lanes + 16 * static_cast<std::ptrdiff_t>(padded));
-    auto* const blocks = reinterpret_cast<std::uint8_t*>(sources + 2 * static_cast<std::ptrdiff_t>(padded));
+    auto* const blocks = reinterpret_cast<std::uint8_t*>(sources + 3 * static_cast<std::ptrdiff_t>(padded));
     if (!PackPairs(row, blocks, plan.rowPairs)) return false;
     if (!PackPairs(column, blocks + (PairsBytes(row) + 3) / 4 * 4, plan.columnPairs)) return false;
-    for (std::int32_t i = 0; i < padded; ++i) PlanColumn(plan.rowPairs, i, lanes, sources);
+    for (std::int32_t i = 0; i < padded; ++i) PlanLanes(plan.rowPairs, i, lanes);
+    for (std::int32_t i = 0; i < padded; i += kPixels)
+      if (!PlanSources(plan.rowPairs, i, sources + i / kPixels * kGroup)) return false;
     plan.pairLanes = lanes;
     plan.pairSources = sources;
     plan.alongRows = AlongRows;
     plan.alongColumns = AlongColumns;
     plan.batchRows = 1;
     plan.slotBytes = 4 * std::int64_t{padded};
-    plan.scratchBytes = 8 * std::int64_t{padded};
+    plan.scratchBytes = 0;
     return true;
   }
 
  private:
   static constexpr std::int32_t kPixels = 2 * W::kLanes / 4;  // that two vectors of lanes hold
+  static constexpr std::int32_t kGroup = 2 * kPixels + 1;     // numbers of `pairSources` for as many
 
   static std::int32_t Padded(std::int32_t count) {
     return (count + kPairPadding - 1) / kPairPadding * kPairPadding;
   }
 
+  static const WeightList& ListOf(const PairAxis& axis, std::int32_t i) {
+    return axis.exact.lists[i < axis.exact.count ? i : axis.exact.count - 1];
+  }
+
+  // For output pixels i .. i + kPixels - 1 the columns of the heavier samples, those of the lighter ones,
+  // both counted from the column that follows. False when they lie too far apart.
+  static bool PlanSources(const PairAxis& axis, std::int32_t i, std::int32_t* sources) {
+    std::int32_t base = INT32_MAX, last = 0;
+    for (std::int32_t n = 0; n < kPixels; ++n) {
+      const WeightList& list = ListOf(axis, i + n);
+      sources[n] = list.first + axis.blocks[list.block].heavy;
+      sources[kPixels + n] = list.first + axis.blocks[list.block].light;
+    }
+    for (std::int32_t n = 0; n < 2 * kPixels; ++n) {
+      if (sources[n] < base) base = sources[n];
+      if (sources[n] > last) last = sources[n];
+    }
+    for (std::int32_t n = 0; n < 2 * kPixels; ++n) sources[n] -= base;
+    sources[2 * kPixels] = base;
+    return last - base < W::kReach;
+  }
+
   // Lanes are stored as `Blend` takes them: for kPixels pixels the factors of the low halves of each 16
   // bytes, then those of the high halves.
-  static void PlanColumn(const PairAxis& axis, std::int32_t i, std::int16_t* lanes, std::int32_t* sources) {
-    const WeightList& list = axis.exact.lists[i < axis.exact.count ? i : axis.exact.count - 1];
-    const PairBlock& block = axis.blocks[list.block];
-    sources[2 * i] = list.first + block.heavy;
-    sources[2 * i + 1] = list.first + block.light;
+  static void PlanLanes(const PairAxis& axis, std::int32_t i, std::int16_t* lanes) {
+    const PairBlock& block = axis.blocks[ListOf(axis, i).block];
     const std::int32_t place = i % kPixels;
     std::int16_t* const half = lanes + static_cast<std::ptrdiff_t>(i / kPixels) * (8 * W::kLanes) +
                                place % 4 / 2 * (4 * W::kLanes) + place / 4 * 8 + place % 2 * 4;
@@ -96,36 +118,26 @@ class PairPasses {
     }
   }
 
-  static std::uint32_t PixelAt(const std::uint8_t* row, std::int32_t x) {
-    std::uint32_t pixel;
-    std::memcpy(&pixel, row + 4 * static_cast<std::ptrdiff_t>(x), sizeof pixel);
-    return pixel;
-  }
-
-  static void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
+  static void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t*,
                         std::uint8_t* slot) {
-    const std::int32_t padded = Padded(plan.rowPairs.exact.count);
-    const std::int32_t* source = plan.pairSources;
-    auto* const a = reinterpret_cast<std::uint32_t*>(plan.rowPairs.copies ? slot : scratch);
-    if (plan.rowPairs.copies) {
-      for (std::int32_t i = 0; i < padded; ++i) a[i] = PixelAt(rows[0], source[2 * i]);
-      return;
-    }
-    std::uint32_t* const b = a + padded;
-    for (std::int32_t i = 0; i < padded; ++i, source += 2) {
-      a[i] = PixelAt(rows[0], source[0]);
-      b[i] = PixelAt(rows[0], source[1]);
-    }
+    const AxisWeights& exact = plan.rowPairs.exact;
+    const std::int32_t* sources = plan.pairSources;
     const std::int16_t* lanes = plan.pairLanes;
-    for (std::int32_t i = 0; i < padded; i += kPixels, lanes += 8 * W::kLanes) {
-      const auto low = PairFactors<W>::At(lanes), high = PairFactors<W>::At(lanes + 4 * W::kLanes);
-      W::StoreBytes(slot + 4 * static_cast<std::ptrdiff_t>(i), Blend(low, high, a + i, b + i));
+    const std::int32_t padded = Padded(exact.count);
+    for (std::int32_t i = 0; i < padded;
+         i += kPixels, slot += 4 * kPixels, sources += kGroup, lanes += 8 * W::kLanes) {
+      const std::int32_t base = sources[2 * kPixels];
+      const std::uint8_t* const from = rows[0] + 4 * static_cast<std::ptrdiff_t>(base);
+      W pixels = W::Gather(from, exact.sourceLength - base, sources);
+      if (!plan.rowPairs.copies) {
+        const W light = W::Gather(from, exact.sourceLength - base, sources + kPixels);
+        pixels = Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes), pixels, light);
+      }
+      W::StoreBytes(slot, pixels);
     }
   }
 
-  PIXMORPH_INLINE_MEMBER static W Blend(const PairFactors<W>& low, const PairFactors<W>& high,
-                                        const void* heavy, const void* light) {
-    const W a = W::LoadBytes(heavy), b = W::LoadBytes(light);
+  PIXMORPH_INLINE_MEMBER static W Blend(const PairFactors<W>& low, const PairFactors<W>& high, W a, W b) {
     return W::Pack(low.Blend(W::Low(a), W::Low(b)), high.Blend(W::High(a), W::High(b)));
   }
 
@@ -140,10 +152,14 @@ class PairPasses {
     const auto factors = PairFactors<W>::Of(block);
     std::int32_t x = 0;
     for (; x + kPixels <= width; x += kPixels, out += 4 * kPixels)
-      W::StoreBytes(out, W::WithTop(Blend(factors, factors, heavy + 4 * x, light + 4 * x), top));
+      W::StoreBytes(
+          out,
+          W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top));
     if (x == width) return;
     alignas(64) std::uint8_t rest[4 * kPixels];
-    W::StoreBytes(rest, W::WithTop(Blend(factors, factors, heavy + 4 * x, light + 4 * x), top));
+    W::StoreBytes(
+        rest,
+        W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top));
     std::memcpy(out, rest, static_cast<std::uint32_t>(4 * (width - x)));
   }
 

@@ -40,6 +40,16 @@ struct Words128 {
     const auto colours = _mm_and_si128(a.r, _mm_set1_epi32(0x00FFFFFF));
     return {_mm_or_si128(colours, _mm_set1_epi32(static_cast<std::int32_t>(top)))};
   }
+
+  // Pixels at columns counted from `from`, below `rest` and kReach.
+  static constexpr std::int32_t kReach = INT32_MAX;
+  PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t, const std::int32_t* columns) {
+    const auto at = [from, columns](int n) {
+      return _mm_loadu_si32(from + 4 * static_cast<std::ptrdiff_t>(columns[n]));
+    };
+    const __m128i low = _mm_unpacklo_epi32(at(0), at(1)), high = _mm_unpacklo_epi32(at(2), at(3));
+    return {_mm_unpacklo_epi64(low, high)};
+  }
 #undef PIXMORPH_OP
 };
 
