@@ -34,6 +34,7 @@ struct DrawPlan {
   // Inside an unmasked source, each truncated product of a colour and one of the weights, or and what they
   // leave of 1 (the last one), is colour * factor >> 16 + shift, for all 256 colours.
   bool quick;
+  bool shifted;  // any of the shifts is not 0
   std::uint16_t factors[kDrawNeighbours + 1];
   std::int32_t shifts[kDrawNeighbours + 1];
 };

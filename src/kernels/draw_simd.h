@@ -51,13 +51,13 @@ PIXMORPH_INLINE void ForEachBlock(const DrawSpan& span, std::int32_t count, Bloc
 // does.
 template <class D>
 struct DoubleSums {
-  typename D::Pixels blue = D::NoPixels(), green = D::NoPixels(), red = D::NoPixels();
+  typename D::Sum blue = D::NoSum(), green = D::NoSum(), red = D::NoSum();
   D rest = D::Set(1.0);
 
   PIXMORPH_INLINE_MEMBER void AddColours(typename D::Pixels pixels, D weight) {
-    blue = D::Add32(blue, D::Truncate(D::Multiply(D::template Channel<0>(pixels), weight)));
-    green = D::Add32(green, D::Truncate(D::Multiply(D::template Channel<8>(pixels), weight)));
-    red = D::Add32(red, D::Truncate(D::Multiply(D::template Channel<16>(pixels), weight)));
+    blue = D::AddWhole(blue, D::Multiply(D::template Channel<0>(pixels), weight));
+    green = D::AddWhole(green, D::Multiply(D::template Channel<8>(pixels), weight));
+    red = D::AddWhole(red, D::Multiply(D::template Channel<16>(pixels), weight));
   }
   PIXMORPH_INLINE_MEMBER void AddNeighbour(const std::uint8_t* from, const std::uint8_t* mask, double share) {
     D weight = D::Set(share);
@@ -84,35 +84,44 @@ PIXMORPH_INLINE void DrawDoubles(const DrawPlan& plan, const DrawSpan& whole, st
     }
     // Weights above 1 leave less than nothing, which does not count.
     sums.AddColours(D::LoadPixels(span.to), D::NotBelow0(sums.rest));
-    D::StorePixels(span.to, D::Clamped(sums.blue, sums.green, sums.red, top));
+    D::StorePixels(span.to,
+                   D::Clamped(D::ToInt32(sums.blue), D::ToInt32(sums.green), D::ToInt32(sums.red), top));
   });
 }
 
 // ---- products by factors
 
-template <class V>
+template <class V, bool kShifted>
 struct QuickProducts {
-  V lo = V::Zero(), hi = V::Zero();
-  PIXMORPH_INLINE_MEMBER void Add(const DrawPlan& plan, int which, V pixels) {
-    const V factor = V::Set16(static_cast<std::int16_t>(plan.factors[which]));
-    const int shift = plan.shifts[which];
-    lo = V::Add16(lo, V::ShiftRight16(V::MulHigh16(V::UnpackLow8(pixels), factor), shift));
-    hi = V::Add16(hi, V::ShiftRight16(V::MulHigh16(V::UnpackHigh8(pixels), factor), shift));
+  explicit QuickProducts(const DrawPlan& plan) {
+    for (int i = 0; i <= kDrawNeighbours; ++i)
+      factors[i] = V::Set16(static_cast<std::int16_t>(plan.factors[i]));
+    for (int i = 0; i <= kDrawNeighbours; ++i) shifts[i] = V::ShiftCount(plan.shifts[i]);
   }
+  PIXMORPH_INLINE_MEMBER V Of(int which, V numbers) const {
+    const V high = V::MulHigh16(numbers, factors[which]);
+    return kShifted ? V::ShiftRight16(high, shifts[which]) : high;
+  }
+  PIXMORPH_INLINE_MEMBER void Add(int which, V pixels, V* lo, V* hi) const {
+    *lo = V::Add16(*lo, Of(which, V::UnpackLow8(pixels)));
+    *hi = V::Add16(*hi, Of(which, V::UnpackHigh8(pixels)));
+  }
+  V factors[kDrawNeighbours + 1];
+  typename V::Count shifts[kDrawNeighbours + 1];
 };
 
-template <class V>
+template <class V, bool kShifted>
 PIXMORPH_INLINE void DrawQuick(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
   const V top = V::Set32(TopByteMask(plan.destination));
-  const DrawPlan local = plan;
-  ForEachBlock<V::kPixels>(whole, count, [=](const DrawSpan& span) {
-    QuickProducts<V> sums;
-    sums.Add(local, kUpperLeft, V::Load(span.upper));
-    sums.Add(local, kUpperRight, V::Load(span.upper + 4));
-    sums.Add(local, kLowerRight, V::Load(span.lower + 4));
-    sums.Add(local, kLowerLeft, V::Load(span.lower));
-    sums.Add(local, kDrawNeighbours, V::Load(span.to));
-    V::WithTops(V::Pack16(sums.lo, sums.hi), top).Store(span.to);
+  const QuickProducts<V, kShifted> products(plan);
+  ForEachBlock<V::kPixels>(whole, count, [&](const DrawSpan& span) {
+    V lo = V::Zero(), hi = V::Zero();
+    products.Add(kUpperLeft, V::Load(span.upper), &lo, &hi);
+    products.Add(kUpperRight, V::Load(span.upper + 4), &lo, &hi);
+    products.Add(kLowerRight, V::Load(span.lower + 4), &lo, &hi);
+    products.Add(kLowerLeft, V::Load(span.lower), &lo, &hi);
+    products.Add(kDrawNeighbours, V::Load(span.to), &lo, &hi);
+    V::WithTops(V::Pack16(lo, hi), top).Store(span.to);
   });
 }
 
@@ -128,12 +137,25 @@ PIXMORPH_INLINE void DrawCopies(const DrawPlan& plan, const DrawSpan& whole, std
 // Only their top bytes can change, and mostly don't: reading is cheaper than writing.
 template <class V>
 PIXMORPH_INLINE void RewriteTops(std::uint8_t* to, std::int32_t count, std::uint32_t top) {
-  const V tops = V::Set32(top);
+  constexpr int kAtOnce = 4;
+  const V tops = V::Set32(top), mask = V::Set32(0xFF000000);
   std::int32_t x = 0;
-  for (; x + V::kPixels <= count; x += V::kPixels) {
-    const V pixels = V::Load(to + x * 4);
-    const V wanted = V::WithTops(pixels, tops);
-    if (!V::Equal(pixels, wanted)) wanted.Store(to + x * 4);
+  for (; x + kAtOnce * V::kPixels <= count; x += kAtOnce * V::kPixels) {
+    V differences = V::Zero();
+    for (int i = 0; i < kAtOnce; ++i)
+      differences = V::Or(differences, V::Xor(V::Load(to + (x + i * V::kPixels) * 4), tops));
+    if (!V::AnyOf(differences, mask)) continue;
+    for (int i = 0; i < kAtOnce; ++i) {
+      std::uint8_t* pixels = to + (x + i * V::kPixels) * 4;
+      V::WithTops(V::Load(pixels), tops).Store(pixels);
+    }
+  }
+  // The last vector may overlap what has been done: doing it again changes nothing.
+  while (x < count && count >= V::kPixels) {
+    std::uint8_t* pixels = to + (x + V::kPixels <= count ? x : count - V::kPixels) * 4;
+    const V old = V::Load(pixels);
+    if (V::AnyOf(V::Xor(old, tops), mask)) V::WithTops(old, tops).Store(pixels);
+    x += V::kPixels;
   }
   for (; x < count; ++x) to[x * 4 + 3] = static_cast<std::uint8_t>(top >> 24);
 }
@@ -173,8 +195,10 @@ template <class V, class D>
 PIXMORPH_INLINE void DrawSpanOf(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
   if (plan.copying && span.lower)
     DrawCopies<V>(plan, span, count);
+  else if (plan.quick && span.upper && span.lower && plan.shifted)
+    DrawQuick<V, true>(plan, span, count);
   else if (plan.quick && span.upper && span.lower)
-    DrawQuick<V>(plan, span, count);
+    DrawQuick<V, false>(plan, span, count);
   else
     DrawDoubles<D>(plan, span, count);
 }

@@ -46,6 +46,7 @@ struct VecAvx2 {
 
   PIXMORPH_OP And(Self a, Self b) { return {_mm256_and_si256(a.r, b.r)}; }
   PIXMORPH_OP Or(Self a, Self b) { return {_mm256_or_si256(a.r, b.r)}; }
+  PIXMORPH_OP Xor(Self a, Self b) { return {_mm256_xor_si256(a.r, b.r)}; }
   PIXMORPH_OP Add16(Self a, Self b) { return {_mm256_add_epi16(a.r, b.r)}; }
   PIXMORPH_OP Add32(Self a, Self b) { return {_mm256_add_epi32(a.r, b.r)}; }
   PIXMORPH_OP MulHigh16(Self a, Self b) { return {_mm256_mulhi_epu16(a.r, b.r)}; }
@@ -53,7 +54,11 @@ struct VecAvx2 {
   PIXMORPH_OP MaddPairs16(Self a, Self b) { return {_mm256_madd_epi16(a.r, b.r)}; }
   // 64-bit products of the even 32-bit lanes.
   PIXMORPH_OP MulEven32(Self a, Self b) { return {_mm256_mul_epu32(a.r, b.r)}; }
+  // Shift counts in a register of their own.
+  using Count = __m128i;
+  PIXMORPH_INLINE_MEMBER static Count ShiftCount(int n) { return _mm_cvtsi32_si128(n); }
   PIXMORPH_OP ShiftRight16(Self a, int n) { return {_mm256_srl_epi16(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftRight16(Self a, __m128i count) { return {_mm256_srl_epi16(a.r, count)}; }
   PIXMORPH_OP ShiftRight32(Self a, int n) { return {_mm256_srl_epi32(a.r, _mm_cvtsi32_si128(n))}; }
   PIXMORPH_OP ShiftRight64(Self a, int n) { return {_mm256_srl_epi64(a.r, _mm_cvtsi32_si128(n))}; }
   PIXMORPH_OP ShiftLeft32(Self a, int n) { return {_mm256_sll_epi32(a.r, _mm_cvtsi32_si128(n))}; }
@@ -66,9 +71,8 @@ struct VecAvx2 {
   // Pixels with the top byte of `tops`.
   PIXMORPH_OP WithTops(Self pixels, Self tops) { return Or(And(pixels, Set32(0x00FFFFFF)), tops); }
 
-  PIXMORPH_INLINE_MEMBER static bool Equal(Self a, Self b) {
-    return _mm256_movemask_epi8(_mm256_cmpeq_epi32(a.r, b.r)) == -1;
-  }
+  // Any bit of `mask` in `a`.
+  PIXMORPH_INLINE_MEMBER static bool AnyOf(Self a, Self mask) { return !_mm256_testz_si256(a.r, mask.r); }
 
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm256_sad_epu8(a.r, Zero().r)}; }
@@ -128,7 +132,6 @@ struct VecAvx2Doubles {
   }
 
   // One 32-bit pixel a lane, or one 32-bit number.
-  PIXMORPH_INLINE_MEMBER static Pixels NoPixels() { return _mm_setzero_si128(); }
   PIXMORPH_INLINE_MEMBER static Pixels SetPixels(std::uint32_t v) {
     return _mm_set1_epi32(static_cast<int>(v));
   }
@@ -138,7 +141,6 @@ struct VecAvx2Doubles {
   PIXMORPH_INLINE_MEMBER static void StorePixels(std::uint8_t* p, Pixels pixels) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), pixels);
   }
-  PIXMORPH_INLINE_MEMBER static Pixels Add32(Pixels a, Pixels b) { return _mm_add_epi32(a, b); }
 
   // The byte above `kShift`, or 255 less it.
   template <int kShift>
@@ -149,8 +151,13 @@ struct VecAvx2Doubles {
   PIXMORPH_OP InverseChannel(Pixels pixels) {
     return {_mm256_cvtepi32_pd(_mm_andnot_si128(_mm_srli_epi32(pixels, kShift), SetPixels(0xFF)))};
   }
-  // Lanes must fit 32 bits.
-  PIXMORPH_INLINE_MEMBER static Pixels Truncate(Self a) { return _mm256_cvttpd_epi32(a.r); }
+  // Sums of truncated numbers, all of less than 32 bits.
+  using Sum = Self;
+  PIXMORPH_INLINE_MEMBER static Sum NoSum() { return Set(0); }
+  PIXMORPH_INLINE_MEMBER static Sum AddWhole(Sum sum, Self a) {
+    return {_mm256_add_pd(sum.r, _mm256_round_pd(a.r, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC))};
+  }
+  PIXMORPH_INLINE_MEMBER static Pixels ToInt32(Sum sum) { return _mm256_cvttpd_epi32(sum.r); }
 
   // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
   PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {

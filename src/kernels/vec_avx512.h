@@ -38,6 +38,7 @@ struct VecAvx512 {
 
   PIXMORPH_OP And(Self a, Self b) { return {_mm512_and_si512(a.r, b.r)}; }
   PIXMORPH_OP Or(Self a, Self b) { return {_mm512_or_si512(a.r, b.r)}; }
+  PIXMORPH_OP Xor(Self a, Self b) { return {_mm512_xor_si512(a.r, b.r)}; }
   PIXMORPH_OP Add16(Self a, Self b) { return {_mm512_add_epi16(a.r, b.r)}; }
   PIXMORPH_OP Add32(Self a, Self b) { return {_mm512_add_epi32(a.r, b.r)}; }
   PIXMORPH_OP MulHigh16(Self a, Self b) { return {_mm512_mulhi_epu16(a.r, b.r)}; }
@@ -45,7 +46,11 @@ struct VecAvx512 {
   PIXMORPH_OP MaddPairs16(Self a, Self b) { return {_mm512_madd_epi16(a.r, b.r)}; }
   // 64-bit products of the even 32-bit lanes.
   PIXMORPH_OP MulEven32(Self a, Self b) { return {_mm512_mul_epu32(a.r, b.r)}; }
+  // Shift counts in a register of their own.
+  using Count = __m128i;
+  PIXMORPH_INLINE_MEMBER static Count ShiftCount(int n) { return _mm_cvtsi32_si128(n); }
   PIXMORPH_OP ShiftRight16(Self a, int n) { return {_mm512_srl_epi16(a.r, _mm_cvtsi32_si128(n))}; }
+  PIXMORPH_OP ShiftRight16(Self a, __m128i count) { return {_mm512_srl_epi16(a.r, count)}; }
   PIXMORPH_OP ShiftRight32(Self a, int n) { return {_mm512_srl_epi32(a.r, _mm_cvtsi32_si128(n))}; }
   PIXMORPH_OP ShiftRight64(Self a, int n) { return {_mm512_srl_epi64(a.r, _mm_cvtsi32_si128(n))}; }
   PIXMORPH_OP ShiftLeft32(Self a, int n) { return {_mm512_sll_epi32(a.r, _mm_cvtsi32_si128(n))}; }
@@ -60,7 +65,10 @@ struct VecAvx512 {
     return {_mm512_ternarylogic_epi32(pixels.r, Set32(0x00FFFFFF).r, tops.r, 0xEA)};
   }
 
-  PIXMORPH_INLINE_MEMBER static bool Equal(Self a, Self b) { return _mm512_cmpneq_epi32_mask(a.r, b.r) == 0; }
+  // Any bit of `mask` in `a`.
+  PIXMORPH_INLINE_MEMBER static bool AnyOf(Self a, Self mask) {
+    return _mm512_test_epi32_mask(a.r, mask.r) != 0;
+  }
 
   // 64-bit sums of eight bytes each.
   PIXMORPH_OP SumBytes(Self a) { return {_mm512_sad_epu8(a.r, Zero().r)}; }
@@ -123,7 +131,6 @@ struct VecAvx512Doubles {
   }
 
   // One 32-bit pixel a lane, or one 32-bit number.
-  PIXMORPH_INLINE_MEMBER static Pixels NoPixels() { return _mm256_setzero_si256(); }
   PIXMORPH_INLINE_MEMBER static Pixels SetPixels(std::uint32_t v) {
     return _mm256_set1_epi32(static_cast<int>(v));
   }
@@ -133,7 +140,6 @@ struct VecAvx512Doubles {
   PIXMORPH_INLINE_MEMBER static void StorePixels(std::uint8_t* p, Pixels pixels) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), pixels);
   }
-  PIXMORPH_INLINE_MEMBER static Pixels Add32(Pixels a, Pixels b) { return _mm256_add_epi32(a, b); }
 
   // The byte above `kShift`, or 255 less it.
   template <int kShift>
@@ -144,8 +150,13 @@ struct VecAvx512Doubles {
   PIXMORPH_OP InverseChannel(Pixels pixels) {
     return {_mm512_cvtepi32_pd(_mm256_andnot_si256(_mm256_srli_epi32(pixels, kShift), SetPixels(0xFF)))};
   }
-  // Lanes must fit 32 bits.
-  PIXMORPH_INLINE_MEMBER static Pixels Truncate(Self a) { return _mm512_cvttpd_epi32(a.r); }
+  // Sums of truncated numbers, all of less than 32 bits.
+  using Sum = Self;
+  PIXMORPH_INLINE_MEMBER static Sum NoSum() { return Set(0); }
+  PIXMORPH_INLINE_MEMBER static Sum AddWhole(Sum sum, Self a) {
+    return {_mm512_add_pd(sum.r, _mm512_roundscale_pd(a.r, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC))};
+  }
+  PIXMORPH_INLINE_MEMBER static Pixels ToInt32(Sum sum) { return _mm512_cvttpd_epi32(sum.r); }
 
   // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
   PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {
