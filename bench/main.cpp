@@ -19,7 +19,7 @@ struct Options {
   std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
   std::string store = "console";
   int rounds = 7;
-  bool peers = false;
+  bool peers = false, gaps = false, memory = false;
 };
 
 struct Contestant {
@@ -129,6 +129,35 @@ void RunSweep(const Options& options, Subject& subject) {
   }
 }
 
+// The longest gap between two yields, the least of several runs: what other processes cost is not ours.
+void RunGaps(const Options& options, Subject& subject) {
+  std::printf("# longest gap between yields with interval -10, least of %d runs, ms\n", options.rounds);
+  Report report(options);
+  for (const Workload& workload : StandardWorkloads()) {
+    if (workload.name.find(options.filter) == std::string::npos) continue;
+    Contestant contestant{"pixmorph", "longest gap", {}};
+    double least = subject.LongestGap(workload);
+    for (int round = 1; round < options.rounds; ++round)
+      least = std::min(least, subject.LongestGap(workload));
+    contestant.milliseconds = {least};
+    report.Add("gaps", 0, workload, {contestant}, 1);
+  }
+}
+
+// Plugin memory above source and result.
+void RunMemory(const Options& options, Subject& subject) {
+  std::printf("# most memory held by the plugin besides the pictures, bytes\n");
+  std::ofstream tsv(options.tsv.empty() ? "/dev/null" : options.tsv);
+  tsv << "series\tworkload\tbytes\n";
+  for (const Workload& workload : StandardWorkloads()) {
+    if (workload.name.find(options.filter) == std::string::npos) continue;
+    const long long bytes = subject.PeakBytes(workload);
+    if (bytes < 0) throw std::runtime_error("memory is counted by the 32-bit program only");
+    std::printf("%-22s %12lld\n", workload.name.c_str(), bytes);
+    tsv << "memory\t" << workload.name << '\t' << bytes << '\n';
+  }
+}
+
 Options Parse(int argc, char** argv, CLI::App& app) {
   Options o;
   app.add_option("--isa", o.isa, "Force a level: scalar, sse2, sse41, avx2, avx512 (default: the best)");
@@ -139,6 +168,8 @@ Options Parse(int argc, char** argv, CLI::App& app) {
   app.add_flag("--peers", o.peers, "Measure the other libraries in the same run");
   app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps or all")
       ->check(CLI::IsMember({"size", "radius", "taps", "all"}));
+  app.add_flag("--gaps", o.gaps, "Measure the longest gap between two yields instead");
+  app.add_flag("--memory", o.memory, "Count the plugin's own memory instead");
   app.add_option("--tsv", o.tsv, "Write the figures to this file too");
   app.add_option("--peer-script", o.script, "The Python side of Pillow and OpenCV");
   app.parse(argc, argv);
@@ -156,7 +187,14 @@ int main(int argc, char** argv) {
     std::printf("# %s, core %d, level %s, store %s, medians of %d interleaved rounds\n",
                 ProcessorName().c_str(), core, subject.Level().c_str(), options.store.c_str(),
                 options.rounds);
-    options.sweep.empty() ? RunTable(options, subject) : RunSweep(options, subject);
+    if (options.gaps)
+      RunGaps(options, subject);
+    else if (options.memory)
+      RunMemory(options, subject);
+    else if (!options.sweep.empty())
+      RunSweep(options, subject);
+    else
+      RunTable(options, subject);
     return 0;
   } catch (const CLI::ParseError& error) {
     return app.exit(error);

@@ -52,6 +52,23 @@ double Yardstick::Run() {
   });
 }
 
+namespace {
+
+double NowMilliseconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration<double, std::milli>(now).count();
+}
+
+}  // namespace
+
+void GapWatch::Start() { last_ = NowMilliseconds(); }
+
+void GapWatch::Mark() {
+  const double now = NowMilliseconds();
+  longest_ = std::max(longest_, now - last_);
+  last_ = now;
+}
+
 int PinToOneCore() {
   cpu_set_t allowed;
   if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) return -1;

@@ -23,6 +23,20 @@ class Yardstick {
   std::vector<unsigned char> from_, to_;
 };
 
+// Yield argument of the measurement of gaps: at most every 10 milliseconds.
+constexpr int kGapInterval = -10;
+
+// The longest stretch between two marks.
+class GapWatch {
+ public:
+  void Start();
+  void Mark();
+  double Longest() const { return longest_; }  // milliseconds
+
+ private:
+  double last_ = 0, longest_ = 0;
+};
+
 // Keeps this process on one core, the last one that it may use. Returns its number, or -1.
 int PinToOneCore();
 

@@ -2,8 +2,10 @@
 
 #include <stdexcept>
 
+#include "bench/measure.h"
 #include "kernels/levels.h"
 #include "standin/display.h"
+#include "standin/ledger.h"
 #include "standin/methods.h"
 #include "standin/runtime.h"
 
@@ -30,20 +32,23 @@ standin::Ref Filled(int width, int height, bool alpha, std::uint32_t seed) {
   return picture;
 }
 
-standin::Ref Call(const Workload& w, const standin::Ref& source) {
+standin::Ref Call(const Workload& w, const standin::Ref& source, int interval) {
   switch (w.method) {
     case Method::kScale:
-      return standin::Scale(source, w.width, w.height, w.antiAlias);
+      return standin::Scale(source, w.width, w.height, w.antiAlias, interval);
     case Method::kScaling:
-      return standin::Scaling(source, w.mode, w.width, w.height);
+      return standin::Scaling(source, w.mode, w.width, w.height, interval);
     default:
-      return standin::Blur(source, w.radius);
+      return standin::Blur(source, w.radius, interval);
   }
 }
 
 }  // namespace
 
-Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
+namespace {
+
+// A runtime that has done nothing yet, with the plugin in it.
+void StartRuntime(const std::string& store) {
   standin::Config config;
   config.recyclePixels = true;
   config.mode = store == "console" ? standin::Mode::kConsole
@@ -51,29 +56,53 @@ Subject::Subject(const std::string& isa, const std::string& store) : alpha_(stor
                                    : standin::Mode::kCairo;
   standin::Start(config);
   standin::AttachPluginEntry(&REALPluginMain);
+}
+
+}  // namespace
+
+Subject::Subject(const std::string& isa, const std::string& store)
+    : store_(store), alpha_(store == "cairo-alpha") {
+  StartRuntime(store_);
   if (!isa.empty() && !kernels::ForceLevel(LevelNamed(isa)))
     throw std::runtime_error("this processor can't run level " + isa);
   level_ = kernels::Kernels().name;
 }
 
-TimedRun Subject::Prepare(const Workload& workload) {
+TimedRun Subject::Prepare(const Workload& workload, int interval) {
   const Workload w = workload;
   const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1);
   if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
-    return [w, source] {
+    return [w, source, interval] {
       return TimeOf([&] {
-        if (!Call(w, source)) throw std::runtime_error("the method returned nil for " + w.name);
+        if (!Call(w, source, interval)) throw std::runtime_error("the method returned nil for " + w.name);
       });
     };
   if (w.method == Method::kDrawMasked)
     standin::SetMask(source, Filled(w.sourceWidth, w.sourceHeight, false, 3));
   const standin::Ref destination = Filled(w.width, w.height, alpha_, 2);
-  return [w, source, destination] {
+  return [w, source, destination, interval] {
     return TimeOf([&] {
-      if (!standin::DrawPictureF(destination, source, kDrawX, kDrawY, kDrawOpacity))
+      if (!standin::DrawPictureF(destination, source, kDrawX, kDrawY, kDrawOpacity, interval))
         throw std::runtime_error("the method returned false for " + w.name);
     });
   };
+}
+
+double Subject::LongestGap(const Workload& workload) {
+  GapWatch watch;
+  standin::CurrentConfig().onYield = [&watch] { watch.Mark(); };
+  const TimedRun run = Prepare(workload, kGapInterval);
+  watch.Start();
+  run();
+  watch.Mark();
+  standin::CurrentConfig().onYield = nullptr;
+  return watch.Longest();
+}
+
+long long Subject::PeakBytes(const Workload& workload) {
+  StartRuntime(store_);
+  Prepare(workload)();
+  return static_cast<long long>(standin::PeakPluginBytes());
 }
 
 }  // namespace bench

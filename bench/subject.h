@@ -16,9 +16,16 @@ class Subject {
 
   std::string Level() const { return level_; }
   // The result picture is made and dropped within the timed run, as an application would.
-  TimedRun Prepare(const Workload& workload);
+  // `interval` is the method's yield argument.
+  TimedRun Prepare(const Workload& workload, int interval = 0);
+  // The longest time without a yield, from the call to its end, with an interval of 10 milliseconds. [ms]
+  double LongestGap(const Workload& workload);
+  // The most memory that the plugin itself held at once, pictures left out; -1 where it can't be counted.
+  // [bytes]
+  long long PeakBytes(const Workload& workload);
 
  private:
+  std::string store_;
   std::string level_;
   bool alpha_ = false;
 };

@@ -23,6 +23,10 @@ using Picture = pixmorph::REALpictureStruct;
 // Pixel type of the pictures that the operations make; those with an alpha channel have 14 instead.
 extern std::int32_t gNewPictureType;
 
+// Called for every yield, with the context; null: nothing happens.
+extern void (*gOnYield)(void* context);
+extern void* gOnYieldContext;
+
 // One reference for the caller; the pixels are whatever was there.
 Picture* NewPicture(int width, int height, std::int32_t pixelType);
 void Retain(Picture* picture);

@@ -11,6 +11,8 @@
 namespace rehearsal {
 
 std::int32_t gNewPictureType = pixmorph::kPixelHostRGB32;
+void (*gOnYield)(void* context) = nullptr;
+void* gOnYieldContext = nullptr;
 
 namespace {
 
@@ -75,7 +77,9 @@ rehearsal::Picture* AsPicture(REALobjectStruct* object) {
 
 void REALLockObject(REALobjectStruct* object) { rehearsal::Retain(AsPicture(object)); }
 void REALUnlockObject(REALobjectStruct* object) { rehearsal::Release(AsPicture(object)); }
-void REALYieldToRB() {}
+void REALYieldToRB() {
+  if (rehearsal::gOnYield) rehearsal::gOnYield(rehearsal::gOnYieldContext);
+}
 
 REALpictureStruct* REALGetPictureMask(REALpictureStruct* picture, unsigned char) {
   if (picture->mask) rehearsal::Retain(picture->mask);

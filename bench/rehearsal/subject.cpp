@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "bench/measure.h"
 #include "bench/rehearsal/picture.h"
 #include "effects/blur.h"
 #include "effects/draw.h"
@@ -40,14 +41,14 @@ PicturePtr Filled(int width, int height, std::int32_t type, std::uint32_t seed) 
   return picture;
 }
 
-rehearsal::Picture* Call(const Workload& w, rehearsal::Picture* source) {
+rehearsal::Picture* Call(const Workload& w, rehearsal::Picture* source, int interval) {
   switch (w.method) {
     case Method::kScale:
-      return pixmorph::PictureResizeKTZ(source, w.width, w.height, w.antiAlias, 0);
+      return pixmorph::PictureResizeKTZ(source, w.width, w.height, w.antiAlias, interval);
     case Method::kScaling:
-      return pixmorph::PictureScalingKTZ(source, w.mode, w.width, w.height, 0);
+      return pixmorph::PictureScalingKTZ(source, w.mode, w.width, w.height, interval);
     default:
-      return pixmorph::BlurKTZ(source, w.radius, 0);
+      return pixmorph::BlurKTZ(source, w.radius, interval);
   }
 }
 
@@ -68,13 +69,14 @@ Subject::Subject(const std::string& isa, const std::string& store) : alpha_(stor
   level_ += ", 64-bit rehearsal";
 }
 
-TimedRun Subject::Prepare(const Workload& workload) {
+TimedRun Subject::Prepare(const Workload& workload, int interval) {
   const Workload w = workload;
   const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1);
   if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
-    return [w, source] {
+    return [w, source, interval] {
       return TimeOf([&] {
-        if (!Own(Call(w, source.get()))) throw std::runtime_error("the method returned nil for " + w.name);
+        if (!Own(Call(w, source.get(), interval)))
+          throw std::runtime_error("the method returned nil for " + w.name);
       });
     };
   // Pixel memory of 3 bytes can't be drawn into.
@@ -86,12 +88,26 @@ TimedRun Subject::Prepare(const Workload& workload) {
     source->mask = mask.get();
   }
   const PicturePtr destination = Filled(w.width, w.height, type, 2);
-  return [w, source, destination] {
+  return [w, source, destination, interval] {
     return TimeOf([&] {
-      if (!pixmorph::DrawPictureF(destination.get(), source.get(), kDrawX, kDrawY, kDrawOpacity, 0))
+      if (!pixmorph::DrawPictureF(destination.get(), source.get(), kDrawX, kDrawY, kDrawOpacity, interval))
         throw std::runtime_error("the method returned false for " + w.name);
     });
   };
 }
+
+double Subject::LongestGap(const Workload& workload) {
+  GapWatch watch;
+  const TimedRun run = Prepare(workload, kGapInterval);
+  rehearsal::gOnYield = [](void* context) { static_cast<GapWatch*>(context)->Mark(); };
+  rehearsal::gOnYieldContext = &watch;
+  watch.Start();
+  run();
+  watch.Mark();
+  rehearsal::gOnYield = nullptr;
+  return watch.Longest();
+}
+
+long long Subject::PeakBytes(const Workload&) { return -1; }
 
 }  // namespace bench
