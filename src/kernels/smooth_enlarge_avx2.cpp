@@ -1,6 +1,7 @@
 #include <immintrin.h>
 
 #include "kernels/smooth_enlarge_planar.h"
+#include "kernels/smooth_enlarge_spread.h"
 
 namespace pixmorph::kernels {
 namespace {
@@ -85,7 +86,7 @@ struct Eight {
 
 }  // namespace
 
-const SmoothEnlargeKernels kSmoothEnlargeAvx2 = {UnpackLine<Eight>, BlendLines<Eight>,
-                                                 InterpolateLine<Eight>};
+const SmoothEnlargeKernels kSmoothEnlargeAvx2 = {UnpackLine<Eight>, BlendLines<Eight>, InterpolateLine<Eight>,
+                                                 SpreadLine<Eight>, MixLines<Eight>};
 
 }  // namespace pixmorph::kernels

@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "kernels/smooth_enlarge_planar.h"
+#include "kernels/smooth_enlarge_spread.h"
 
 namespace pixmorph::kernels {
 namespace {
@@ -87,6 +88,7 @@ struct Sixteen {
 }  // namespace
 
 const SmoothEnlargeKernels kSmoothEnlargeAvx512 = {UnpackLine<Sixteen>, BlendLines<Sixteen>,
-                                                   InterpolateLine<Sixteen>};
+                                                   InterpolateLine<Sixteen>, SpreadLine<Sixteen>,
+                                                   MixLines<Sixteen>};
 
 }  // namespace pixmorph::kernels

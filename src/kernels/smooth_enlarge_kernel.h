@@ -56,6 +56,21 @@ struct SmoothLine {
   bool exact;        // blended with exact weights, or not at all
 };
 
+// What one row is made of when columns are interpolated before rows: two source rows as lines and as wide
+// lines.
+struct SmoothMix {
+  const float *upperLine, *lowerLine;
+  const float *upperWide, *lowerWide;
+  float weight0, weight1;  // of the upper and the lower row
+  std::int32_t top;  // 0 .. 255: the top byte of all pixels of both, their channel doesn't count; else -1
+  bool exact;        // both weights are exact
+};
+
+// A wide line takes this many floats. [pure]
+PIXMORPH_INLINE std::int64_t SmoothWideFloats(std::int32_t newWidth) {
+  return (std::int64_t{newWidth} + kSmoothColumnBlock) * 4;
+}
+
 // Widths and counts 1 and above; any alignment of pixels, lines at 64 bytes. Pixels are read and written
 // exactly as counted, nothing beside them. [pure]
 struct SmoothEnlargeKernels {
@@ -68,6 +83,10 @@ struct SmoothEnlargeKernels {
   // One row of 32-bit pixels from a line: each byte is trunc(0.5 + line[s] × weight0 + line[s + 1] ×
   // weight1), as double arithmetic in this order gives it.
   void (*interpolateLine)(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns);
+  // The same rows by interpolating each source row along itself once and mixing the results; pays where each
+  // source row serves many rows. Both are null where a level doesn't offer it. `withTop` as above.
+  void (*spreadLine)(float* wide, const float* line, const SmoothColumns& columns, bool withTop);
+  void (*mixLines)(std::uint8_t* out, const SmoothMix& mix, const SmoothColumns& columns);
 };
 
 extern const SmoothEnlargeKernels kSmoothEnlargeScalar, kSmoothEnlargeSse2, kSmoothEnlargeSse41,

@@ -81,6 +81,7 @@ void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColu
 
 }  // namespace ref
 
-const SmoothEnlargeKernels kSmoothEnlargeScalar = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine};
+const SmoothEnlargeKernels kSmoothEnlargeScalar = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine,
+                                                   nullptr, nullptr};
 
 }  // namespace pixmorph::kernels

@@ -14,6 +14,6 @@ struct Sse2Widening {
 }  // namespace
 
 const SmoothEnlargeKernels kSmoothEnlargeSse2 = {UnpackLine<Sse2Widening>, BlendLines<Sse2Widening>,
-                                                 InterpolateLine<Sse2Widening>};
+                                                 InterpolateLine<Sse2Widening>, nullptr, nullptr};
 
 }  // namespace pixmorph::kernels

@@ -13,6 +13,6 @@ struct Sse41Widening {
 }  // namespace
 
 const SmoothEnlargeKernels kSmoothEnlargeSse41 = {UnpackLine<Sse41Widening>, BlendLines<Sse41Widening>,
-                                                  InterpolateLine<Sse41Widening>};
+                                                  InterpolateLine<Sse41Widening>, nullptr, nullptr};
 
 }  // namespace pixmorph::kernels

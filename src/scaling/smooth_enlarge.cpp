@@ -75,7 +75,7 @@ void MakeByRows(const Job& job, SmoothRows* rows) {
 }
 
 void MakeAll(const Job& job) {
-  SmoothRows rows(SourcePixelsOf(job.reader), job.writer.Layout(), job.tables, job.newWidth,
+  SmoothRows rows(SourcePixelsOf(job.reader), job.writer.Layout(), job.tables, job.newWidth, job.newHeight,
                   kernels::Kernels());
   if (rows.Ready()) {
     MakeByRows(job, &rows);

@@ -6,6 +6,9 @@ using kernels::PixelLayout;
 
 namespace {
 
+// Columns go first where every source row serves this many rows of the result.
+constexpr std::int32_t kSpreadFrom = 3;
+
 bool AreExact(const kernels::SmoothWeights& weights) {
   return kernels::IsExactSmoothWeight(weights.tap[1]) && kernels::IsExactSmoothWeight(weights.tap[2]);
 }
@@ -13,12 +16,13 @@ bool AreExact(const kernels::SmoothWeights& weights) {
 }  // namespace
 
 SmoothRows::SmoothRows(const SourcePixels& source, PixelLayout outLayout, const SmoothTables& tables,
-                       std::int32_t newWidth, const kernels::KernelTable& table)
+                       std::int32_t newWidth, std::int32_t newHeight, const kernels::KernelTable& table)
     : source_(source),
       outLayout_(outLayout),
       tables_(tables),
       kernels_(*table.smoothEnlarge),
-      pack_(*table.pack) {
+      pack_(*table.pack),
+      spreads_(kernels_.spreadLine && newHeight / kSpreadFrom >= source.height) {
   columns_.count = newWidth;
   columns_.sourceWidth = source.width;
   ready_ = PlanMemory();
@@ -35,11 +39,16 @@ bool SmoothRows::PlanMemory() {
   const std::int64_t exactMask = slab_.Plan<std::int32_t>(entries);
   const std::int64_t lines[3] = {slab_.Plan<float>(lineFloats), slab_.Plan<float>(lineFloats),
                                  slab_.Plan<float>(lineFloats)};
+  const std::int64_t wideFloats = spreads_ ? kernels::SmoothWideFloats(columns_.count) : 0;
+  const std::int64_t wide[2] = {slab_.Plan<float>(wideFloats), slab_.Plan<float>(wideFloats)};
   const std::int64_t row = slab_.Plan<std::uint32_t>(packs ? columns_.count : 0);
   if (!slab_.Allocate()) return false;
   FillColumns(slab_.At<std::int32_t>(index), slab_.At<float>(weight0), slab_.At<float>(weight1),
               slab_.At<std::int32_t>(exactMask));
-  for (int i = 0; i < 2; ++i) lines_[i] = slab_.At<float>(lines[i]);
+  for (int i = 0; i < 2; ++i) {
+    lines_[i] = slab_.At<float>(lines[i]);
+    wide_[i] = slab_.At<float>(wide[i]);
+  }
   blended_ = slab_.At<float>(lines[2]);
   row_ = slab_.At<std::uint8_t>(row);
   return true;
@@ -75,27 +84,57 @@ int SmoothRows::Slot(std::int32_t sourceRow, std::int32_t besides) {
   }
   lineTop_[slot] = kernels_.unpackLine(lines_[slot], pixels, source_.width);
   lineOf_[slot] = sourceRow;
+  wideHolds_[slot] = Wide::kNone;
   return slot;
 }
 
-kernels::SmoothLine SmoothRows::LineAt(std::int32_t y) {
+const float* SmoothRows::WideLine(int slot, bool withTop) {
+  const Wide needed = withTop ? Wide::kAll : Wide::kColours;
+  if (wideHolds_[slot] < needed) {
+    kernels_.spreadLine(wide_[slot], lines_[slot], columns_, withTop);
+    wideHolds_[slot] = needed;
+  }
+  return wide_[slot];
+}
+
+void SmoothRows::MixWide(std::uint8_t* bgrx, int upper, int lower, const kernels::SmoothWeights& weights) {
+  const std::int32_t top = CommonTop(upper, lower);
+  const kernels::SmoothMix mix = {
+      lines_[upper],  lines_[lower], WideLine(upper, top < 0), WideLine(lower, top < 0), weights.tap[2],
+      weights.tap[1], top,           AreExact(weights)};
+  kernels_.mixLines(bgrx, mix, columns_);
+}
+
+void SmoothRows::InterpolateBlended(std::uint8_t* bgrx, int upper, int lower,
+                                    const kernels::SmoothWeights& weights) {
+  const std::int32_t top = CommonTop(upper, lower);
+  kernels_.blendLines(blended_, lines_[upper], lines_[lower], weights.tap[2], weights.tap[1], source_.width,
+                      top < 0);
+  kernels_.interpolateLine(bgrx, {blended_, top, AreExact(weights)}, columns_);
+}
+
+void SmoothRows::Interpolate(std::uint8_t* bgrx, std::int32_t y) {
   const kernels::SmoothWeights& weights = tables_.RowWeights(y);
   const std::int32_t s = tables_.RowIndex(y);
   const std::int32_t below = s + 1 < source_.height ? s + 1 : source_.height - 1;
   const int upper = Slot(s, below);
-  // Adding nothing of the row below changes no value.
-  if (weights.tap[1] == 0.0f && weights.tap[2] == 1.0f) return {lines_[upper], lineTop_[upper], true};
+  if (weights.tap[1] == 0.0f && weights.tap[2] == 1.0f) {
+    // Adding nothing of the row below changes no value.
+    kernels_.interpolateLine(bgrx, {lines_[upper], lineTop_[upper], true}, columns_);
+    return;
+  }
   const int lower = Slot(below, s);
-  const std::int32_t top = lineTop_[upper] == lineTop_[lower] ? lineTop_[upper] : -1;
-  kernels_.blendLines(blended_, lines_[upper], lines_[lower], weights.tap[2], weights.tap[1], source_.width,
-                      top < 0);
-  return {blended_, top, AreExact(weights)};
+  if (spreads_) {
+    MixWide(bgrx, upper, lower, weights);
+  } else {
+    InterpolateBlended(bgrx, upper, lower, weights);
+  }
 }
 
 void SmoothRows::MakeRow(std::uint8_t* out, std::int32_t y) {
-  const kernels::SmoothLine line = LineAt(y);
   const bool packs = outLayout_ == PixelLayout::kRgb24;
-  kernels_.interpolateLine(packs ? row_ : out, line, columns_);
+  // The row buffer is free again by the time the new pixels are written.
+  Interpolate(packs ? row_ : out, y);
   if (packs) pack_.bgrxToRgb24(out, row_, columns_.count);
 }
 

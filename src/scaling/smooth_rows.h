@@ -18,7 +18,7 @@ class SmoothRows {
  public:
   // `tables`, filled, must outlive this.
   SmoothRows(const SourcePixels& source, kernels::PixelLayout outLayout, const SmoothTables& tables,
-             std::int32_t newWidth, const kernels::KernelTable& table);
+             std::int32_t newWidth, std::int32_t newHeight, const kernels::KernelTable& table);
 
   bool Ready() const { return ready_; }
   // Writes row y of the result to `out`. Ascending y are cheapest.
@@ -28,21 +28,30 @@ class SmoothRows {
   bool PlanMemory();
   void FillColumns(std::int32_t* index, float* weight0, float* weight1, std::int32_t* exactMask);
   int Slot(std::int32_t sourceRow, std::int32_t besides);
-  kernels::SmoothLine LineAt(std::int32_t y);
+  const float* WideLine(int slot, bool withTop);
+  void Interpolate(std::uint8_t* bgrx, std::int32_t y);
+  void InterpolateBlended(std::uint8_t* bgrx, int upper, int lower, const kernels::SmoothWeights& weights);
+  void MixWide(std::uint8_t* bgrx, int upper, int lower, const kernels::SmoothWeights& weights);
+  std::int32_t CommonTop(int upper, int lower) const {
+    return lineTop_[upper] == lineTop_[lower] ? lineTop_[upper] : -1;
+  }
 
   const SourcePixels source_;
   const kernels::PixelLayout outLayout_;
   const SmoothTables& tables_;
   const kernels::SmoothEnlargeKernels& kernels_;
   const kernels::PackKernels& pack_;
+  const bool spreads_;  // columns are interpolated before rows
   kernels::SmoothColumns columns_{};
   bool ready_ = false;
   WorkSlab slab_;
   float* lines_[2] = {};                // two source rows as lines
   std::int32_t lineOf_[2] = {-1, -1};   // which ones
   std::int32_t lineTop_[2] = {-1, -1};  // the top byte that all their pixels have, or -1
-  float* blended_ = nullptr;            // the line between them
-  std::uint8_t* row_ = nullptr;         // one 32-bit row, of the source or of the result
+  float* wide_[2] = {};                 // the same lines with their columns interpolated
+  enum class Wide : std::uint8_t { kNone, kColours, kAll } wideHolds_[2] = {};
+  float* blended_ = nullptr;     // the line between them
+  std::uint8_t* row_ = nullptr;  // one 32-bit row, of the source or of the result
 };
 
 }  // namespace pixmorph

@@ -116,7 +116,7 @@ void CheckSmooth(const kernels::KernelTable& table, test::Random& random, PixelL
   tables.FillIndexes();
   tables.FillColumnWeights();
   tables.FillRowWeights();
-  SmoothRows rows(source.pixels, to, tables, newWidth, table);
+  SmoothRows rows(source.pixels, to, tables, newWidth, newHeight, table);
   ASSERT_TRUE(rows.Ready());
   test::Fence made(static_cast<std::size_t>(newWidth * kernels::BytesPerPixel(to)));
   for (int y = 0; y < newHeight; ++y) {
@@ -138,6 +138,8 @@ TEST_P(ScaleRows, SmoothEnlargementsAreTheDefinitions) {
                     height + random.Between(1, 20));
       }
       CheckSmooth(Table(), random, from, to, 20, 6, 40, 12);
+      CheckSmooth(Table(), random, from, to, 11, 4, 33, 12);
+      CheckSmooth(Table(), random, from, to, 9, 4, 36, 17);
       CheckSmooth(Table(), random, from, to, 15, 5, 18, 6);
     }
 }
