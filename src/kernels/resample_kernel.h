@@ -60,9 +60,9 @@ struct FusedPlan {
   QuadAxis rowQuads, columnQuads;
   FloatAxis rowFloats, columnFloats;
   PairAxis rowPairs, columnPairs;
-  const std::int16_t* pairLanes;    // factors of the output columns, lane by lane
-  const std::int32_t* pairSources;  // source columns of the output columns, vector by vector
-  std::int32_t longestStretch;      // source pixels that four neighbouring output columns read, at most
+  const PairGroup* pairGroups;  // of the output columns, one vector after the other
+  const void* pairRecords;      // the level's own
+  std::int32_t longestStretch;  // source pixels that four neighbouring output columns read, at most
 };
 
 struct ResampleKernels {

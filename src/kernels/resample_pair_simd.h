@@ -11,7 +11,7 @@ namespace pixmorph::kernels {
 
 namespace {
 
-constexpr std::int32_t kPairPadding = 16;  // rows are padded to a multiple of this many pixels
+constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one like a new one
 
 // What the lanes of one vector are multiplied with.
 template <class W>
@@ -45,71 +45,77 @@ template <class W>
 class PairPasses {
  public:
   static std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
-    const std::int64_t padded = Padded(row.count);
     return ByteSize(PairsBytes(row))
         .Plus(PairsBytes(column))
-        .Plus(128)
-        .Plus(ByteSize(padded).Times(3 * sizeof(std::int32_t) + 16 * sizeof(std::int16_t)).Bytes())
+        .Plus(ByteSize(Groups(row)).Times(sizeof(Record) + sizeof(PairGroup)).Bytes())
         .Bytes();
   }
 
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
-    const std::int32_t padded = Padded(row.count);
-    auto* const lanes = static_cast<std::int16_t*>(memory);
-    auto* const sources = reinterpret_cast<std::int32_t*>(lanes + 16 * static_cast<std::ptrdiff_t>(padded));
-    auto* const blocks = reinterpret_cast<std::uint8_t*>(sources + 3 * static_cast<std::ptrdiff_t>(padded));
+    const std::int32_t groups = Groups(row);
+    auto* const records = static_cast<Record*>(memory);
+    auto* const table = reinterpret_cast<PairGroup*>(records + groups);
+    auto* const blocks = reinterpret_cast<std::uint8_t*>(table + groups);
     if (!PackPairs(row, blocks, plan.rowPairs)) return false;
-    if (!PackPairs(column, blocks + (PairsBytes(row) + 3) / 4 * 4, plan.columnPairs)) return false;
-    for (std::int32_t i = 0; i < padded; ++i) PlanLanes(plan.rowPairs, i, lanes);
-    for (std::int32_t i = 0; i < padded; i += kPixels)
-      if (!PlanSources(plan.rowPairs, i, sources + i / kPixels * kGroup)) return false;
-    plan.pairLanes = lanes;
-    plan.pairSources = sources;
+    if (!PackPairs(column, blocks + PairsBytes(row), plan.columnPairs)) return false;
+    std::int32_t used = 0;
+    for (std::int32_t g = 0; g < groups; ++g) {
+      if (!MakeRecord(plan.rowPairs, g, records[used], table[g].base)) return false;
+      table[g].record = Find(records, used);
+      if (table[g].record == used) ++used;
+    }
+    plan.pairRecords = records;
+    plan.pairGroups = table;
     plan.alongRows = AlongRows;
     plan.alongColumns = AlongColumns;
     plan.batchRows = 1;
-    plan.slotBytes = 4 * std::int64_t{padded};
+    plan.slotBytes = 4 * std::int64_t{groups} * kPixels;
+    plan.slotBytes = (plan.slotBytes + 63) / 64 * 64;
     plan.scratchBytes = 0;
     return true;
   }
 
  private:
   static constexpr std::int32_t kPixels = 2 * W::kLanes / 4;  // that two vectors of lanes hold
-  static constexpr std::int32_t kGroup = 2 * kPixels + 1;     // numbers of `pairSources` for as many
 
-  static std::int32_t Padded(std::int32_t count) {
-    return (count + kPairPadding - 1) / kPairPadding * kPairPadding;
+  // How kPixels output pixels in a row are made. Lanes are as `Blend` takes them: the factors of the low
+  // halves of each 16 bytes, then those of the high halves.
+  struct alignas(64) Record {
+    std::int16_t lanes[8 * W::kLanes];
+    std::int32_t heavy[kPixels], light[kPixels];  // source columns, counted from the group's base
+  };
+
+  static std::int32_t Groups(const AxisWeights& row) { return (row.count + kPixels - 1) / kPixels; }
+
+  // The same few records come again and again along a row, and all of them stay in the first-level cache when
+  // they are stored once.
+  static std::int32_t Find(const Record* records, std::int32_t made) {
+    for (std::int32_t n = made - 1; n >= 0 && n >= made - kPairPatterns; --n)
+      if (std::memcmp(records + n, records + made, sizeof(Record)) == 0) return n;
+    return made;
   }
 
-  static const WeightList& ListOf(const PairAxis& axis, std::int32_t i) {
-    return axis.exact.lists[i < axis.exact.count ? i : axis.exact.count - 1];
-  }
-
-  // For output pixels i .. i + kPixels - 1 the columns of the heavier samples, those of the lighter ones,
-  // both counted from the column that follows. False when they lie too far apart.
-  static bool PlanSources(const PairAxis& axis, std::int32_t i, std::int32_t* sources) {
-    std::int32_t base = INT32_MAX, last = 0;
+  // False when the group's source columns lie too far apart.
+  static bool MakeRecord(const PairAxis& axis, std::int32_t group, Record& record, std::int32_t& base) {
+    std::memset(&record, 0, sizeof record);
+    base = INT32_MAX;
+    std::int32_t last = 0;
     for (std::int32_t n = 0; n < kPixels; ++n) {
-      const WeightList& list = ListOf(axis, i + n);
-      sources[n] = list.first + axis.blocks[list.block].heavy;
-      sources[kPixels + n] = list.first + axis.blocks[list.block].light;
+      const std::int32_t i = group * kPixels + n;
+      const WeightList& list = axis.exact.lists[i < axis.exact.count ? i : axis.exact.count - 1];
+      const PairBlock& block = axis.blocks[list.block];
+      record.heavy[n] = list.first + block.heavy;
+      record.light[n] = list.first + block.light;
+      if (list.first < base) base = list.first;
+      if (list.first + 1 > last) last = list.first + 1;
+      SetLanes(block, n, record.lanes);
     }
-    for (std::int32_t n = 0; n < 2 * kPixels; ++n) {
-      if (sources[n] < base) base = sources[n];
-      if (sources[n] > last) last = sources[n];
-    }
-    for (std::int32_t n = 0; n < 2 * kPixels; ++n) sources[n] -= base;
-    sources[2 * kPixels] = base;
+    for (std::int32_t n = 0; n < kPixels; ++n) record.heavy[n] -= base, record.light[n] -= base;
     return last - base < W::kReach;
   }
 
-  // Lanes are stored as `Blend` takes them: for kPixels pixels the factors of the low halves of each 16
-  // bytes, then those of the high halves.
-  static void PlanLanes(const PairAxis& axis, std::int32_t i, std::int16_t* lanes) {
-    const PairBlock& block = axis.blocks[ListOf(axis, i).block];
-    const std::int32_t place = i % kPixels;
-    std::int16_t* const half = lanes + static_cast<std::ptrdiff_t>(i / kPixels) * (8 * W::kLanes) +
-                               place % 4 / 2 * (4 * W::kLanes) + place / 4 * 8 + place % 2 * 4;
+  static void SetLanes(const PairBlock& block, std::int32_t place, std::int16_t* lanes) {
+    std::int16_t* const half = lanes + place % 4 / 2 * (4 * W::kLanes) + place / 4 * 8 + place % 2 * 4;
     for (std::int32_t c = 0; c < 4; ++c) {
       half[c] = block.multiplier;
       half[W::kLanes + c] = block.tau;
@@ -120,17 +126,17 @@ class PairPasses {
 
   static void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t*,
                         std::uint8_t* slot) {
-    const AxisWeights& exact = plan.rowPairs.exact;
-    const std::int32_t* sources = plan.pairSources;
-    const std::int16_t* lanes = plan.pairLanes;
-    const std::int32_t padded = Padded(exact.count);
-    for (std::int32_t i = 0; i < padded;
-         i += kPixels, slot += 4 * kPixels, sources += kGroup, lanes += 8 * W::kLanes) {
-      const std::int32_t base = sources[2 * kPixels];
-      const std::uint8_t* const from = rows[0] + 4 * static_cast<std::ptrdiff_t>(base);
-      W pixels = W::Gather(from, exact.sourceLength - base, sources);
-      if (!plan.rowPairs.copies) {
-        const W light = W::Gather(from, exact.sourceLength - base, sources + kPixels);
+    const std::int32_t width = plan.rowPairs.exact.sourceLength, groups = Groups(plan.rowPairs.exact);
+    const bool copies = plan.rowPairs.copies;
+    const PairGroup* group = plan.pairGroups;
+    const auto* const records = static_cast<const Record*>(plan.pairRecords);
+    for (std::int32_t g = 0; g < groups; ++g, ++group, slot += 4 * kPixels) {
+      const Record& record = records[group->record];
+      const std::uint8_t* const from = rows[0] + 4 * static_cast<std::ptrdiff_t>(group->base);
+      W pixels = W::Gather(from, width - group->base, record.heavy);
+      if (!copies) {
+        const W light = W::Gather(from, width - group->base, record.light);
+        const std::int16_t* const lanes = record.lanes;
         pixels = Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes), pixels, light);
       }
       W::StoreBytes(slot, pixels);

@@ -102,7 +102,7 @@ bool PackBlock(const AxisWeights& axis, const WeightBlock& block, PairBlock& pac
 }  // namespace
 
 std::int64_t PairsBytes(const AxisWeights& axis) {
-  return ByteSize(axis.blockCount).Times(sizeof(PairBlock)).Plus(4).Bytes();
+  return ByteSize(axis.blockCount).Times(sizeof(PairBlock)).Bytes();
 }
 
 bool PackPairs(const AxisWeights& axis, void* memory, PairAxis& packed) {

@@ -26,6 +26,12 @@ struct PairAxis {
   bool copies;              // every multiplier is 0
 };
 
+// A vector of neighbouring output columns: where their samples begin in the source, and how they are made.
+struct PairGroup {
+  std::int32_t base;
+  std::int32_t record;
+};
+
 // Memory that `PackPairs` needs, in bytes. [pure]
 std::int64_t PairsBytes(const AxisWeights& axis);
 
