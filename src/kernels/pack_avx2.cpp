@@ -1,7 +1,8 @@
-#include "kernels/pack_kernel.h"
+#include "kernels/pack_simd.h"
+#include "kernels/vec_avx2.h"
 
 namespace pixmorph::kernels {
 
-const PackKernels kPackAvx2 = {ref::Rgb24ToBgrx, ref::BgrxToRgb24, ref::BgrxWithTop};
+const PackKernels kPackAvx2 = PackOver<VecAvx2>::kTable;
 
 }  // namespace pixmorph::kernels

@@ -1,7 +1,9 @@
-#include "kernels/pack_kernel.h"
+#include "kernels/pack_simd.h"
+#include "kernels/vec_avx2.h"
 
 namespace pixmorph::kernels {
 
-const PackKernels kPackAvx512 = {ref::Rgb24ToBgrx, ref::BgrxToRgb24, ref::BgrxWithTop};
+// Rows of three bytes a pixel have no better use for wider vectors than their two halves.
+const PackKernels kPackAvx512 = PackOver<VecAvx2>::kTable;
 
 }  // namespace pixmorph::kernels

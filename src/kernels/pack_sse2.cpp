@@ -1,7 +1,8 @@
-#include "kernels/pack_kernel.h"
+#include "kernels/pack_simd.h"
+#include "kernels/vec_sse2.h"
 
 namespace pixmorph::kernels {
 
-const PackKernels kPackSse2 = {ref::Rgb24ToBgrx, ref::BgrxToRgb24, ref::BgrxWithTop};
+const PackKernels kPackSse2 = PackOver<VecSse2>::kTable;
 
 }  // namespace pixmorph::kernels

@@ -1,7 +1,8 @@
-#include "kernels/pack_kernel.h"
+#include "kernels/pack_simd.h"
+#include "kernels/vec_sse41.h"
 
 namespace pixmorph::kernels {
 
-const PackKernels kPackSse41 = {ref::Rgb24ToBgrx, ref::BgrxToRgb24, ref::BgrxWithTop};
+const PackKernels kPackSse41 = PackOver<VecSse41>::kTable;
 
 }  // namespace pixmorph::kernels

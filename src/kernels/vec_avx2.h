@@ -109,6 +109,21 @@ struct VecAvx2 {
   PIXMORPH_OP MulFloat(Self a, Self b) {
     return {_mm256_castps_si256(_mm256_mul_ps(_mm256_castsi256_ps(a.r), _mm256_castsi256_ps(b.r)))};
   }
+
+  // Eight pixels of three bytes; reads 28 bytes and writes 28, the last four of them in passing.
+  PIXMORPH_OP LoadRgb24(const std::uint8_t* p) {
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m256i both = _mm256_inserti128_si256(
+        _mm256_castsi128_si256(low), _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 12)), 1);
+    const __m128i order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+    return {_mm256_shuffle_epi8(both, _mm256_broadcastsi128_si256(order))};
+  }
+  PIXMORPH_INLINE_MEMBER void StoreRgb24(std::uint8_t* p) const {
+    const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
+    const __m256i packed = _mm256_shuffle_epi8(r, _mm256_broadcastsi128_si256(order));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(packed));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 12), _mm256_extracti128_si256(packed, 1));
+  }
 };
 
 // Doubles, for arithmetic on one channel of as many pixels.

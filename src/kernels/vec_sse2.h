@@ -111,6 +111,28 @@ struct VecSse2 {
   PIXMORPH_OP MulFloat(Self a, Self b) {
     return {_mm_castps_si128(_mm_mul_ps(_mm_castsi128_ps(a.r), _mm_castsi128_ps(b.r)))};
   }
+
+  // Four pixels of three bytes; reads 16 bytes and writes 16, the last four of them in passing.
+  PIXMORPH_OP LoadRgb24(const std::uint8_t* p) {
+    const __m128i all = Load(p).r;
+    const __m128i two = _mm_unpacklo_epi32(all, _mm_srli_si128(all, 3));
+    const __m128i next = _mm_srli_si128(all, 6);
+    return SwapRedBlue(_mm_unpacklo_epi64(two, _mm_unpacklo_epi32(next, _mm_srli_si128(next, 3))));
+  }
+  PIXMORPH_INLINE_MEMBER void StoreRgb24(std::uint8_t* p) const {
+    const __m128i pixels = SwapRedBlue(r).r;
+    const __m128i even = _mm_and_si128(pixels, _mm_set1_epi64x(0xFFFFFF));
+    const __m128i pairs =
+        _mm_or_si128(even, _mm_srli_epi64(_mm_andnot_si128(_mm_set1_epi64x(0xFFFFFFFF), pixels), 8));
+    const __m128i first = _mm_and_si128(pairs, _mm_setr_epi32(-1, -1, 0, 0));
+    Self{_mm_or_si128(first, _mm_slli_si128(_mm_srli_si128(pairs, 8), 6))}.Store(p);
+  }
+  // Without their top bytes.
+  PIXMORPH_OP SwapRedBlue(__m128i pixels) {
+    const __m128i outer = _mm_and_si128(pixels, _mm_set1_epi32(0x00FF00FF));
+    const __m128i swapped = _mm_or_si128(_mm_srli_epi32(outer, 16), _mm_slli_epi32(outer, 16));
+    return {_mm_or_si128(swapped, _mm_and_si128(pixels, _mm_set1_epi32(0x0000FF00)))};
+  }
 };
 
 // Doubles, for arithmetic on one channel of as many pixels.

@@ -107,6 +107,14 @@ struct VecSse41 {
   PIXMORPH_OP MulFloat(Self a, Self b) {
     return {_mm_castps_si128(_mm_mul_ps(_mm_castsi128_ps(a.r), _mm_castsi128_ps(b.r)))};
   }
+
+  // Four pixels of three bytes; reads 16 bytes and writes 16, the last four of them in passing.
+  PIXMORPH_OP LoadRgb24(const std::uint8_t* p) {
+    return {_mm_shuffle_epi8(Load(p).r, _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1))};
+  }
+  PIXMORPH_INLINE_MEMBER void StoreRgb24(std::uint8_t* p) const {
+    Self{_mm_shuffle_epi8(r, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1))}.Store(p);
+  }
 };
 
 // Doubles, for arithmetic on one channel of as many pixels.
