@@ -159,7 +159,7 @@ class Maker:
         rng = self.rng
         if rng.random() < 0.2:
             return rng.choice(
-                (0.99, 0.0, -3.0, math.nan, math.inf, -math.inf, 1e5, 1048574.5, 1048575.0, 2.0**31 - 0.1, 2.0**31, 1e300)
+                (0.99, 0.0, -3.0, math.nan, math.inf, -math.inf, 1e5, 1048575.0, 2.0**31 - 0.1, 2.0**31, 1e300)
             )
         return rng.choice((1.0, 1.7, float(rng.randint(1, 12)), rng.uniform(1, 60)))
 
