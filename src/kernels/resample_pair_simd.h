@@ -107,9 +107,13 @@ class PairPasses {
       record.heavy[n] = list.first + block.heavy;
       record.light[n] = list.first + block.light;
       if (list.first < base) base = list.first;
-      if (list.first + 1 > last) last = list.first + 1;
+      const std::int32_t end = list.first + (block.heavy == block.light ? block.heavy : 1);
+      if (end > last) last = end;
       SetLanes(block, n, record.lanes);
     }
+    // Whole windows lie inside the row wherever the row is long enough.
+    const std::int32_t most = axis.exact.sourceLength - W::kReach;
+    if (base > most && most >= 0) base = most;
     for (std::int32_t n = 0; n < kPixels; ++n) record.heavy[n] -= base, record.light[n] -= base;
     return last - base < W::kReach;
   }
