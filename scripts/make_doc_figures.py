@@ -77,8 +77,9 @@ def kernels(measured):
 def gaps(_):
     rows = benchmark("gaps")
     if not rows:
-        return "`pixmorph scale in.jpg out.png --size 25% --yield -10 --json` tells it as `longestGapMs`."
-    return table(["call", "longest gap, ms"], [[name, number(float(row["ms"]), 1)] for name, row in rows.items()])
+        return "`pixmorph scale in.jpg out.png --size 25% --yield -10 --json` reports it as `longestGapMs`."
+    cells = [[name, number(float(row["ms"]), 1)] for name, row in rows.items()]
+    return "Measured with an interval of −10:\n\n" + table(["call", "longest gap, ms"], cells)
 
 
 FIGURES = {"shifts": shifts, "kernels": kernels, "gaps": gaps}

@@ -35,6 +35,10 @@ class Command:
             raise CommandFailed(f"{' '.join(line)}: exit {done.returncode}: {done.stderr.strip()}")
         return json.loads(done.stdout)
 
+    def unchanged(self, path, out, *options):
+        """Writes the picture at `path` as it is, transparency included: a size that does not change gives it back."""
+        return self.report("scale", path, out, "--mask", "--size", "100%", *options)
+
     def new_file(self, suffix=".png"):
         self._files += 1
         return pathlib.Path(self._folder.name) / f"{self._files}{suffix}"
