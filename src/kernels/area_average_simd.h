@@ -257,6 +257,15 @@ void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t
   RepeatEachPixel(out + x * 4, row, starts + x, count - x, top);
 }
 
+// How a level without wider vectors streams.
+struct Pixels128 {
+  static constexpr std::int32_t kStreamBytes = 16;
+  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, const std::uint8_t* from) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(out),
+                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+  }
+};
+
 // Stores past the caches between the aligned ends, V::kStreamBytes at a time.
 template <class V>
 void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount) {

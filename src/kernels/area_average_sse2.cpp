@@ -21,18 +21,10 @@ struct Sse2Lanes {
 // Without byte shuffles the way over rows of sums is as good.
 bool NeverTiles(std::int32_t, std::int32_t) { return false; }
 
-struct Sse2Pixels {
-  static constexpr std::int32_t kStreamBytes = 16;
-  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, const std::uint8_t* from) {
-    _mm_stream_si128(reinterpret_cast<__m128i*>(out),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-  }
-};
-
 }  // namespace
 
 const AreaAverageKernels kAreaAverageSse2 = {
-    AddRows<Sse2Lanes>, AddSums,           AverageSmall,    AverageLarge,        AverageTotals,
-    NeverTiles,         ref::AverageTiles, RepeatEachPixel, CopyRow<Sse2Pixels>, FinishCopies};
+    AddRows<Sse2Lanes>, AddSums,           AverageSmall,    AverageLarge,       AverageTotals,
+    NeverTiles,         ref::AverageTiles, RepeatEachPixel, CopyRow<Pixels128>, FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -48,18 +48,10 @@ struct Sse41Tiles {
   }
 };
 
-struct Sse41Pixels {
-  static constexpr std::int32_t kStreamBytes = 16;
-  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, const std::uint8_t* from) {
-    _mm_stream_si128(reinterpret_cast<__m128i*>(out),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-  }
-};
-
 }  // namespace
 
 const AreaAverageKernels kAreaAverageSse41 = {
-    AddRows<Sse41Lanes>,      AddSums,         AverageSmall,         AverageLarge, AverageTotals, CanTile,
-    AverageTiles<Sse41Tiles>, RepeatEachPixel, CopyRow<Sse41Pixels>, FinishCopies};
+    AddRows<Sse41Lanes>,      AddSums,         AverageSmall,       AverageLarge, AverageTotals, CanTile,
+    AverageTiles<Sse41Tiles>, RepeatEachPixel, CopyRow<Pixels128>, FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -1,5 +1,6 @@
 #include <immintrin.h>
 
+#include "kernels/smooth_enlarge_double_avx2.h"
 #include "kernels/smooth_enlarge_planar.h"
 #include "kernels/smooth_enlarge_spread.h"
 
@@ -87,6 +88,6 @@ struct Eight {
 }  // namespace
 
 const SmoothEnlargeKernels kSmoothEnlargeAvx2 = {UnpackLine<Eight>, BlendLines<Eight>, InterpolateLine<Eight>,
-                                                 SpreadLine<Eight>, MixLines<Eight>};
+                                                 SpreadLine<Eight>, MixLines<Eight>,   DoubleRow<Bytes256>};
 
 }  // namespace pixmorph::kernels

@@ -5,6 +5,7 @@
 
 #include <immintrin.h>
 
+#include "kernels/smooth_enlarge_double_avx2.h"
 #include "kernels/smooth_enlarge_planar.h"
 #include "kernels/smooth_enlarge_spread.h"
 
@@ -87,8 +88,8 @@ struct Sixteen {
 
 }  // namespace
 
-const SmoothEnlargeKernels kSmoothEnlargeAvx512 = {UnpackLine<Sixteen>, BlendLines<Sixteen>,
+const SmoothEnlargeKernels kSmoothEnlargeAvx512 = {UnpackLine<Sixteen>,      BlendLines<Sixteen>,
                                                    InterpolateLine<Sixteen>, SpreadLine<Sixteen>,
-                                                   MixLines<Sixteen>};
+                                                   MixLines<Sixteen>,        DoubleRow<Bytes256>};
 
 }  // namespace pixmorph::kernels

@@ -87,6 +87,10 @@ struct SmoothEnlargeKernels {
   // source row serves many rows. Both are null where a level doesn't offer it. `withTop` as above.
   void (*spreadLine)(float* wide, const float* line, const SmoothColumns& columns, bool withTop);
   void (*mixLines)(std::uint8_t* out, const SmoothMix& mix, const SmoothColumns& columns);
+  // For the enlargement to exactly twice the size on both axes: 2 × width pixels half-way between two source
+  // rows, or at a source row when both are the same.
+  void (*doubleRow)(std::uint8_t* out, const std::uint8_t* upper, const std::uint8_t* lower,
+                    std::int32_t width);
 };
 
 extern const SmoothEnlargeKernels kSmoothEnlargeScalar, kSmoothEnlargeSse2, kSmoothEnlargeSse41,
@@ -97,6 +101,7 @@ std::int32_t UnpackLine(float* line, const std::uint8_t* row, std::int32_t width
 void BlendLines(float* out, const float* upper, const float* lower, float weight0, float weight1,
                 std::int32_t width, bool withTop);
 void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns);
+void DoubleRow(std::uint8_t* out, const std::uint8_t* upper, const std::uint8_t* lower, std::int32_t width);
 
 // The two steps for one byte of a pixel, straight from the definition with all four taps; any layout.
 // `buffer` has one entry per source column. rows: s − 1, s, s + 1, s + 2, clamped to the picture.

@@ -79,9 +79,21 @@ void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColu
   }
 }
 
+void DoubleRow(std::uint8_t* out, const std::uint8_t* upper, const std::uint8_t* lower, std::int32_t width) {
+  for (std::int32_t x = 0; x < width; ++x, out += 8) {
+    const std::int32_t next = x + 1 < width ? x + 1 : x;
+    for (std::int32_t i = 0; i < 4; ++i) {
+      const int here = upper[x * 4 + i] + lower[x * 4 + i];
+      const int there = upper[next * 4 + i] + lower[next * 4 + i];
+      out[i] = static_cast<std::uint8_t>((here + 1) >> 1);
+      out[i + 4] = static_cast<std::uint8_t>((here + there + 2) >> 2);
+    }
+  }
+}
+
 }  // namespace ref
 
 const SmoothEnlargeKernels kSmoothEnlargeScalar = {ref::UnpackLine, ref::BlendLines, ref::InterpolateLine,
-                                                   nullptr, nullptr};
+                                                   nullptr,         nullptr,         ref::DoubleRow};
 
 }  // namespace pixmorph::kernels

@@ -1,3 +1,4 @@
+#include "kernels/smooth_enlarge_double.h"
 #include "kernels/smooth_enlarge_woven.h"
 
 namespace pixmorph::kernels {
@@ -13,7 +14,8 @@ struct Sse2Widening {
 
 }  // namespace
 
-const SmoothEnlargeKernels kSmoothEnlargeSse2 = {UnpackLine<Sse2Widening>, BlendLines<Sse2Widening>,
-                                                 InterpolateLine<Sse2Widening>, nullptr, nullptr};
+const SmoothEnlargeKernels kSmoothEnlargeSse2 = {
+    UnpackLine<Sse2Widening>, BlendLines<Sse2Widening>, InterpolateLine<Sse2Widening>, nullptr, nullptr,
+    DoubleRow<Bytes128>};
 
 }  // namespace pixmorph::kernels

@@ -1,5 +1,6 @@
 #include <smmintrin.h>
 
+#include "kernels/smooth_enlarge_double.h"
 #include "kernels/smooth_enlarge_woven.h"
 
 namespace pixmorph::kernels {
@@ -12,7 +13,8 @@ struct Sse41Widening {
 
 }  // namespace
 
-const SmoothEnlargeKernels kSmoothEnlargeSse41 = {UnpackLine<Sse41Widening>, BlendLines<Sse41Widening>,
-                                                  InterpolateLine<Sse41Widening>, nullptr, nullptr};
+const SmoothEnlargeKernels kSmoothEnlargeSse41 = {
+    UnpackLine<Sse41Widening>, BlendLines<Sse41Widening>, InterpolateLine<Sse41Widening>, nullptr, nullptr,
+    DoubleRow<Bytes128>};
 
 }  // namespace pixmorph::kernels

@@ -22,6 +22,7 @@ SmoothRows::SmoothRows(const SourcePixels& source, PixelLayout outLayout, const 
       tables_(tables),
       kernels_(*table.smoothEnlarge),
       pack_(*table.pack),
+      doubles_(newWidth == 2 * source.width && newHeight == 2 * source.height),
       spreads_(kernels_.spreadLine && newHeight / kSpreadFrom >= source.height) {
   columns_.count = newWidth;
   columns_.sourceWidth = source.width;
@@ -72,17 +73,20 @@ void SmoothRows::FillColumns(std::int32_t* index, float* weight0, float* weight1
   columns_.exactMask = exactMask;
 }
 
+// A source row as 32-bit pixels, in `unpacked` where it has three bytes a pixel.
+const std::uint8_t* SmoothRows::Pixels(std::int32_t sourceRow, std::uint8_t* unpacked) const {
+  const std::uint8_t* pixels = source_.rows.Row(sourceRow);
+  if (source_.layout != PixelLayout::kRgb24) return pixels;
+  pack_.rgb24ToBgrx(unpacked, pixels, source_.width, 0xFF000000u);
+  return unpacked;
+}
+
 // The slot that holds a source row as a line; the one that holds row `besides` is left alone.
 int SmoothRows::Slot(std::int32_t sourceRow, std::int32_t besides) {
   for (int i = 0; i < 2; ++i)
     if (lineOf_[i] == sourceRow) return i;
   const int slot = lineOf_[0] == besides ? 1 : 0;
-  const std::uint8_t* pixels = source_.rows.Row(sourceRow);
-  if (source_.layout == PixelLayout::kRgb24) {
-    pack_.rgb24ToBgrx(row_, pixels, source_.width, 0xFF000000u);
-    pixels = row_;
-  }
-  lineTop_[slot] = kernels_.unpackLine(lines_[slot], pixels, source_.width);
+  lineTop_[slot] = kernels_.unpackLine(lines_[slot], Pixels(sourceRow, row_), source_.width);
   lineOf_[slot] = sourceRow;
   wideHolds_[slot] = Wide::kNone;
   return slot;
@@ -131,10 +135,23 @@ void SmoothRows::Interpolate(std::uint8_t* bgrx, std::int32_t y) {
   }
 }
 
+void SmoothRows::Double(std::uint8_t* bgrx, std::int32_t y) {
+  const std::int32_t s = y / 2;
+  const std::int32_t below = y % 2 == 0 || s + 1 == source_.height ? s : s + 1;
+  const std::uint8_t* upper = Pixels(s, reinterpret_cast<std::uint8_t*>(lines_[0]));
+  const std::uint8_t* lower = below == s ? upper : Pixels(below, reinterpret_cast<std::uint8_t*>(lines_[1]));
+  kernels_.doubleRow(bgrx, upper, lower, source_.width);
+}
+
 void SmoothRows::MakeRow(std::uint8_t* out, std::int32_t y) {
   const bool packs = outLayout_ == PixelLayout::kRgb24;
-  // The row buffer is free again by the time the new pixels are written.
-  Interpolate(packs ? row_ : out, y);
+  // `row_` is free again by the time new pixels are written to it.
+  std::uint8_t* bgrx = packs ? row_ : out;
+  if (doubles_) {
+    Double(bgrx, y);
+  } else {
+    Interpolate(bgrx, y);
+  }
   if (packs) pack_.bgrxToRgb24(out, row_, columns_.count);
 }
 

@@ -30,6 +30,8 @@ class SmoothRows {
   int Slot(std::int32_t sourceRow, std::int32_t besides);
   const float* WideLine(int slot, bool withTop);
   void Interpolate(std::uint8_t* bgrx, std::int32_t y);
+  const std::uint8_t* Pixels(std::int32_t sourceRow, std::uint8_t* unpacked) const;
+  void Double(std::uint8_t* bgrx, std::int32_t y);
   void InterpolateBlended(std::uint8_t* bgrx, int upper, int lower, const kernels::SmoothWeights& weights);
   void MixWide(std::uint8_t* bgrx, int upper, int lower, const kernels::SmoothWeights& weights);
   std::int32_t CommonTop(int upper, int lower) const {
@@ -41,6 +43,7 @@ class SmoothRows {
   const SmoothTables& tables_;
   const kernels::SmoothEnlargeKernels& kernels_;
   const kernels::PackKernels& pack_;
+  const bool doubles_;  // exactly twice the size on both axes
   const bool spreads_;  // columns are interpolated before rows
   kernels::SmoothColumns columns_{};
   bool ready_ = false;

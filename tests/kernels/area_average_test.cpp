@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -131,31 +132,32 @@ TEST_P(AreaAverage, AveragesLargeBoxes) {
   }
 }
 
-// Every sum that a box of n pixels can have, for all n where the division is done by a reciprocal of 16 bits
-// or float: one wrong rounding would show.
+// The first and the last sum of every quotient, for all boxes where the division is done by a reciprocal of
+// 16 bits and some where it is one in float: one wrong rounding would show.
 TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
   std::vector<int> boxes = {258, 1000, 4096, 16384, 16385};
   for (int pixels = 1; pixels <= kAreaRowsIn16Bits; ++pixels) boxes.push_back(pixels);
+  constexpr int kNewWidth = 128;
+  std::vector<std::int32_t> starts(kNewWidth);
+  for (int x = 0; x < kNewWidth; ++x) starts[static_cast<std::size_t>(x)] = x * 4;
   for (const int pixels : boxes) {
-    const int sumCount = 255 * pixels + 1;
-    const int newWidth = (sumCount + 3) / 4;
-    std::vector<std::int32_t> starts(static_cast<std::size_t>(newWidth));
-    std::vector<std::uint32_t> totals(static_cast<std::size_t>(newWidth * 4 + kAreaSumPadding));
+    std::vector<std::uint32_t> totals(kNewWidth * 4 + kAreaSumPadding);
     std::vector<std::uint16_t> sums(totals.size());
-    for (int x = 0; x < newWidth; ++x) starts[static_cast<std::size_t>(x)] = x * 4;
-    for (int i = 0; i < newWidth * 4; ++i)
-      totals[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(i < sumCount ? i : sumCount - 1);
-    for (std::size_t i = 0; i < totals.size(); ++i) sums[i] = static_cast<std::uint16_t>(totals[i]);
-    const AreaColumns columns = {starts.data(), newWidth, 1, 4, pixels, 0, DivisorOf(pixels)};
-    std::vector<std::uint8_t> out(static_cast<std::size_t>(newWidth) * 4), expected(out.size());
+    for (int i = 0; i < kNewWidth * 4; ++i) {
+      const int sum = i / 2 * pixels + (i % 2 != 0 ? pixels - 1 : 0);
+      totals[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(std::min(sum, 255 * pixels));
+      sums[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(totals[static_cast<std::size_t>(i)]);
+    }
+    const AreaColumns columns = {starts.data(), kNewWidth, 1, 4, pixels, 0, DivisorOf(pixels)};
+    std::vector<std::uint8_t> out(kNewWidth * 4), expected(out.size());
     ref::AverageTotals(expected.data(), totals.data(), columns);
     Kernels().averageTotals(out.data(), totals.data(), columns);
-    ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, totals";
+    ASSERT_EQ(expected, out) << pixels << " pixels, totals";
     if (pixels > kAreaRowsIn16Bits) continue;
     Kernels().averageSmall(out.data(), sums.data(), columns);
-    ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, small";
+    ASSERT_EQ(expected, out) << pixels << " pixels, small";
     Kernels().averageLarge(out.data(), sums.data(), columns);
-    ASSERT_EQ(-1, FirstDifference(out.data(), expected.data(), newWidth * 4)) << pixels << " pixels, large";
+    ASSERT_EQ(expected, out) << pixels << " pixels, large";
   }
 }
 

@@ -125,6 +125,10 @@ void CheckRow(const SmoothEnlargeKernels& kernels, test::Random& random, int wid
           << static_cast<int>(content) << ", byte " << i;
   };
   check("rows first");
+  if (newWidth == 2 * width && (t == 0 || t == 0.5)) {
+    kernels.doubleRow(out.Data(), upper.Data(), t == 0 ? upper.Data() : lower.Data(), width);
+    check("doubled");
+  }
   if (MakeRowByMixing(kernels, out.Data(), upperLine, lowerLine, weights, top, columns.form))
     check("columns first");
 }
@@ -149,6 +153,13 @@ TEST_P(SmoothEnlarge, RoundsTiesAsTheDefinitionDoes) {
     for (int step = 0; step < target; ++step)
       for (const Content content : {Content::kNoise, Content::kTwoTone, Content::kFlatDown, Content::kFlat})
         CheckRow(Kernels(), random, source * 9, target * 9, static_cast<double>(step) / target, content);
+}
+
+TEST_P(SmoothEnlarge, DoublesRowsOfAnyWidth) {
+  test::Random random(13);
+  for (int width = 1; width < 70; ++width)
+    for (const double t : {0.0, 0.5})
+      CheckRow(Kernels(), random, width, 2 * width, t, static_cast<Content>(random.Between(0, 3)));
 }
 
 TEST(SmoothEnlargeLevels, EachRunsItsOwnVariant) {
