@@ -42,7 +42,7 @@ def benchmark(series):
 def shifts(measured):
     heads = ["method"] + [ratio.removesuffix("/1") + "×" if ratio.endswith("/1") else ratio
                           for ratio in measured["ratios"]]
-    rows = [[row["method"]] + ["" if value is None else number(value, 2) for value in row["shifts"]]
+    rows = [[row["method"]] + ["–" if value is None else number(value, 2) for value in row["shifts"]]
             for row in measured["shifts"]]
     return table(heads, rows)
 
