@@ -19,6 +19,10 @@ struct Words256 {
   PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.r);
   }
+  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* p, Self a) {
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), a.r);
+  }
   PIXMORPH_OP Set(std::int16_t x) { return {_mm256_set1_epi16(x)}; }
   PIXMORPH_OP Add(Self a, Self b) { return {_mm256_add_epi16(a.r, b.r)}; }
   PIXMORPH_OP AddSaturated(Self a, Self b) { return {_mm256_adds_epi16(a.r, b.r)}; }

@@ -311,6 +311,10 @@ struct Words512 {
   PIXMORPH_OP LoadBytes(const void* p) { return {_mm512_loadu_si512(p)}; }
   PIXMORPH_OP Load(const std::int16_t* p) { return LoadBytes(p); }
   PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) { _mm512_storeu_si512(p, a.r); }
+  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* p, Self a) {
+    _mm512_stream_si512(reinterpret_cast<__m512i*>(p), a.r);
+  }
   PIXMORPH_OP Set(std::int16_t x) { return {_mm512_set1_epi16(x)}; }
   PIXMORPH_OP Add(Self a, Self b) { return {_mm512_add_epi16(a.r, b.r)}; }
   PIXMORPH_OP AddSaturated(Self a, Self b) { return {_mm512_adds_epi16(a.r, b.r)}; }

@@ -40,6 +40,10 @@ class FloatStretch {
       float* out = floats_ + n * stride_;
       const std::uint8_t* pixel = rows_[n] + 4 * static_cast<std::ptrdiff_t>(first);
       std::int32_t left = end - first;
+      // The same place of the rows that come next: the processor's own prefetching stops at every page.
+      const std::uint8_t* const next = rows_[kBatchRows + n] + 4 * static_cast<std::ptrdiff_t>(first);
+      for (std::ptrdiff_t ahead = 0; ahead < 4 * static_cast<std::ptrdiff_t>(left); ahead += 64)
+        _mm_prefetch(reinterpret_cast<const char*>(next + ahead), _MM_HINT_T1);
       for (; left >= V::kPixels; left -= V::kPixels, pixel += 4 * V::kPixels, out += 4 * V::kPixels)
         V::Store(out, V::FromPixels(pixel));
       for (; left > 0; --left, pixel += 4, out += 4) _mm_storeu_ps(out, V::FromPixel(pixel));

@@ -62,6 +62,7 @@ struct FusedPlan {
   PairAxis rowPairs, columnPairs;
   const PairGroup* pairGroups;  // of the output columns, one vector after the other
   const void* pairRecords;      // the level's own
+  bool pairStreams;             // the result is large: write it past the caches
   std::int32_t longestStretch;  // source pixels that four neighbouring output columns read, at most
 };
 

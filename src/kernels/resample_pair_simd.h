@@ -13,6 +13,8 @@ namespace {
 
 constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one like a new one
 
+constexpr std::int64_t kStreamedPixels = 2 << 20;  // of a result that no cache would keep anyway
+
 // What the lanes of one vector are multiplied with.
 template <class W>
 struct PairFactors {
@@ -69,9 +71,10 @@ class PairPasses {
     plan.alongRows = AlongRows;
     plan.alongColumns = AlongColumns;
     plan.batchRows = 1;
-    plan.slotBytes = 4 * std::int64_t{groups} * kPixels;
+    plan.slotBytes = 4 * (std::int64_t{groups} + 1) * kPixels;
     plan.slotBytes = (plan.slotBytes + 63) / 64 * 64;
     plan.scratchBytes = 0;
+    plan.pairStreams = std::int64_t{row.count} * column.count >= kStreamedPixels;
     return true;
   }
 
@@ -157,30 +160,35 @@ class PairPasses {
     const PairBlock& block = plan.columnPairs.blocks[exact.lists[r].block];
     const std::uint8_t* const heavy = slots + block.heavy * plan.slotBytes;
     const std::uint8_t* const light = slots + block.light * plan.slotBytes;
-    const std::int32_t width = plan.rowPairs.exact.count;
-    if (block.multiplier == 0) return Copy(heavy, width, out, top);
+    if (block.multiplier == 0)
+      return WriteRow(plan, out,
+                      [&](std::ptrdiff_t x) { return W::WithTop(W::LoadBytes(heavy + 4 * x), top); });
     const auto factors = PairFactors<W>::Of(block);
-    std::int32_t x = 0;
-    for (; x + kPixels <= width; x += kPixels, out += 4 * kPixels)
-      W::StoreBytes(
-          out,
-          W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top));
-    if (x == width) return;
-    alignas(64) std::uint8_t rest[4 * kPixels];
-    W::StoreBytes(
-        rest,
-        W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top));
-    std::memcpy(out, rest, static_cast<std::uint32_t>(4 * (width - x)));
+    WriteRow(plan, out, [&](std::ptrdiff_t x) {
+      return W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)),
+                        top);
+    });
   }
 
-  static void Copy(const std::uint8_t* row, std::int32_t width, std::uint8_t* out, std::uint32_t top) {
+  // Writes `width` pixels of what `at(x)` gives for kPixels pixels from x on; slots are readable to kPixels
+  // behind the width. Large results go past the caches, which they would only pass through.
+  template <class At>
+  PIXMORPH_INLINE_MEMBER static void WriteRow(const FusedPlan& plan, std::uint8_t* out, At at) {
+    const std::int32_t width = plan.rowPairs.exact.count;
     std::int32_t x = 0;
-    for (; x + kPixels <= width; x += kPixels, out += 4 * kPixels)
-      W::StoreBytes(out, W::WithTop(W::LoadBytes(row + 4 * x), top));
+    const auto past = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(out) % (4 * kPixels));
+    if (plan.pairStreams && past % 4 == 0 && width >= 2 * kPixels) {
+      W::StoreBytes(out, at(0));
+      for (x = kPixels - static_cast<std::int32_t>(past / 4); x + kPixels <= width; x += kPixels)
+        W::Stream(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
+    } else {
+      for (; x + kPixels <= width; x += kPixels)
+        W::StoreBytes(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
+    }
     if (x == width) return;
     alignas(64) std::uint8_t rest[4 * kPixels];
-    W::StoreBytes(rest, W::WithTop(W::LoadBytes(row + 4 * x), top));
-    std::memcpy(out, rest, static_cast<std::uint32_t>(4 * (width - x)));
+    W::StoreBytes(rest, at(x));
+    std::memcpy(out + 4 * static_cast<std::ptrdiff_t>(x), rest, static_cast<std::uint32_t>(4 * (width - x)));
   }
 };
 

@@ -22,6 +22,10 @@ struct Words128 {
   PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.r);
   }
+  // Past the caches; aligned.
+  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* p, Self a) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), a.r);
+  }
   PIXMORPH_OP Set(std::int16_t x) { return {_mm_set1_epi16(x)}; }
   PIXMORPH_OP Add(Self a, Self b) { return {_mm_add_epi16(a.r, b.r)}; }
   PIXMORPH_OP AddSaturated(Self a, Self b) { return {_mm_adds_epi16(a.r, b.r)}; }
