@@ -1,7 +1,9 @@
 // Unmasked intrinsics pass an operand that the compiler's own headers leave uninitialised, and it warns of
 // that.
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 
 #include <immintrin.h>
 
