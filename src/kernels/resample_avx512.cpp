@@ -15,8 +15,9 @@ namespace pixmorph::kernels {
 
 namespace {
 
-constexpr std::int32_t kSlotPixels = 16;  // slots are padded to a multiple of this many pixels
-constexpr __mmask16 kColours = 0x7777;    // of four pixels with four words each; the top byte is nobody's
+constexpr std::int32_t kSlotPixels = 16;     // slots are padded to a multiple of this many pixels
+constexpr std::int32_t kStretchQuads = 256;  // 16 KiB of woven source pixels
+constexpr __mmask16 kColours = 0x7777;       // of four pixels with four words each; the top byte is nobody's
 using Bytes16 = __m128i;
 
 PIXMORPH_INLINE __m512i LoadVector(const void* p) { return _mm512_loadu_si512(p); }
@@ -137,18 +138,23 @@ PIXMORPH_INLINE std::uint64_t Together(__mmask16 a, __mmask16 b, __mmask16 c, __
   return _cvtmask64_u64(_mm512_kunpackd(_mm512_kunpackw(d, c), _mm512_kunpackw(b, a)));
 }
 
-// Four rows of source pixels to quads: 64 bytes for four pixels, 16 a row, channel by channel.
-void WeaveSource(const std::uint8_t* const* rows, std::int32_t pixels, std::uint8_t* out) {
+// Four rows of source pixels to quads: 64 bytes for four pixels, 16 a row, channel by channel. Quads first ..
+// end - 1 and up to three more, as zeros where the rows of `pixels` pixels have ended.
+void WeaveSource(const std::uint8_t* const* rows, std::int32_t pixels, std::int32_t first, std::int32_t end,
+                 std::uint8_t* out) {
   const __m512i byChannel =
       _mm512_broadcast_i32x4(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
-  for (std::int32_t x = 0; x < pixels; x += 16, out += 256) {
-    const std::int32_t rest = pixels - x;
-    const auto inside = static_cast<__mmask16>(rest < 16 ? (1u << rest) - 1 : 0xFFFFu);
+  for (std::int32_t x = 4 * first; x < 4 * end; x += 16, out += 256) {
     const std::ptrdiff_t at = 4 * static_cast<std::ptrdiff_t>(x);
-    const __m512i a = _mm512_maskz_loadu_epi32(inside, rows[0] + at),
-                  b = _mm512_maskz_loadu_epi32(inside, rows[1] + at);
-    const __m512i c = _mm512_maskz_loadu_epi32(inside, rows[2] + at),
-                  d = _mm512_maskz_loadu_epi32(inside, rows[3] + at);
+    __m512i a, b, c, d;
+    if (pixels - x >= 16) {
+      a = LoadVector(rows[0] + at), b = LoadVector(rows[1] + at);
+      c = LoadVector(rows[2] + at), d = LoadVector(rows[3] + at);
+    } else {
+      const auto inside = static_cast<__mmask16>(pixels > x ? (1u << (pixels - x)) - 1 : 0);
+      a = _mm512_maskz_loadu_epi32(inside, rows[0] + at), b = _mm512_maskz_loadu_epi32(inside, rows[1] + at);
+      c = _mm512_maskz_loadu_epi32(inside, rows[2] + at), d = _mm512_maskz_loadu_epi32(inside, rows[3] + at);
+    }
     const __m512i ab02 = _mm512_shuffle_i32x4(a, b, 0x88), ab13 = _mm512_shuffle_i32x4(a, b, 0xDD);
     const __m512i cd02 = _mm512_shuffle_i32x4(c, d, 0x88), cd13 = _mm512_shuffle_i32x4(c, d, 0xDD);
     const __m512i quads[4] = {_mm512_shuffle_i32x4(ab02, cd02, 0x88), _mm512_shuffle_i32x4(ab13, cd13, 0x88),
@@ -179,7 +185,7 @@ class NextRows {
 
 // kQuads 0: as many as the axis says.
 template <std::int32_t kQuads>
-void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, const std::uint8_t* source,
+void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                 std::uint8_t* slot) {
   const QuadAxis& axis = plan.rowQuads;
   const Rounding rounding(axis);
@@ -190,27 +196,31 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, const st
                          _mm512_set1_epi32(0x01010101)));
   const QuadList* list = axis.lists;
   NextRows next(rows + 4, axis.exact.sourceLength, axis.exact.count / 4);
-  for (std::int32_t i = 0; i < axis.exact.count; i += 4, list += 4) {
-    next.Step();
-    __m512i whole[4];
-    __mmask16 unsure[4];
+  std::int32_t i = 0;
+  for (const QuadStretch* stretch = plan.quadStretches; i < axis.exact.count; ++stretch) {
+    WeaveSource(rows, axis.exact.sourceLength, stretch->quad, stretch->quadEnd, scratch);
+    const std::uint8_t* const source = scratch - 64 * static_cast<std::ptrdiff_t>(stretch->quad);
+    for (; i < stretch->end; i += 4, list += 4) {
+      next.Step();
+      __m512i whole[4];
+      __mmask16 unsure[4];
 #pragma GCC unroll 4
-    for (int n = 0; n < 4; ++n) {
-      const __m512i sums = DigitSums<kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
-                                             axis.digits + list[n].words, axis.widest, list[n].bias);
-      unsure[n] = rounding.Unsure(sums);
-      whole[n] = rounding.Whole(sums);
+      for (int n = 0; n < 4; ++n) {
+        const __m512i sums = DigitSums<kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
+                                               axis.digits + list[n].words, axis.widest, list[n].bias);
+        unsure[n] = rounding.Unsure(sums);
+        whole[n] = rounding.Whole(sums);
+      }
+      const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
+      _mm512_store_si512(slot + 16 * static_cast<std::ptrdiff_t>(i), _mm512_permutexvar_epi8(weave, bytes));
+      const std::uint64_t all = Together(unsure[0], unsure[1], unsure[2], unsure[3]);
+      if (__builtin_expect(all != 0, 0)) RedoColumns(plan, rows, i, all, slot);
     }
-    const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
-    _mm512_store_si512(slot + 16 * static_cast<std::ptrdiff_t>(i), _mm512_permutexvar_epi8(weave, bytes));
-    const std::uint64_t all = Together(unsure[0], unsure[1], unsure[2], unsure[3]);
-    if (__builtin_expect(all != 0, 0)) RedoColumns(plan, rows, i, all, slot);
   }
 }
 
 void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                std::uint8_t* slot) {
-  WeaveSource(rows, plan.rowQuads.exact.sourceLength, scratch);
   switch (plan.rowQuads.widest) {
     case 1:
       return SumColumns<1>(plan, rows, scratch, slot);
@@ -285,19 +295,49 @@ void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slo
 
 struct QuadPasses {
   static std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
-    return ByteSize(QuadsBytes(row)).Plus(QuadsBytes(column)).Bytes();
+    return ByteSize(QuadsBytes(row))
+        .Plus(QuadsBytes(column))
+        .Plus(ByteSize(row.count).Plus(3).Times(sizeof(QuadStretch)).Bytes())
+        .Bytes();
   }
 
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
+    auto* const columnMemory = static_cast<std::uint8_t*>(memory) + QuadsBytes(row);
     if (!PackQuads(row, true, memory, plan.rowQuads)) return false;
-    if (!PackQuads(column, false, static_cast<std::uint8_t*>(memory) + QuadsBytes(row), plan.columnQuads))
-      return false;
+    if (!PackQuads(column, false, columnMemory, plan.columnQuads)) return false;
+    auto* const stretches = reinterpret_cast<QuadStretch*>(columnMemory + QuadsBytes(column));
+    plan.quadStretches = stretches;
     plan.alongRows = AlongRows;
     plan.alongColumns = AlongColumns;
     plan.batchRows = 4;
     plan.slotBytes = (row.count + kSlotPixels - 1) / kSlotPixels * kSlotPixels * std::int64_t{16};
-    plan.scratchBytes = (row.sourceLength + 15) / 16 * std::int64_t{256};
+    plan.scratchBytes = std::int64_t{64} * (CutStretches(plan.rowQuads, stretches) + 4);
     return true;
+  }
+
+ private:
+  // Groups of four columns joined while their quads fit the first-level cache. The quads of the longest
+  // stretch.
+  static std::int32_t CutStretches(const QuadAxis& axis, QuadStretch* stretches) {
+    std::int32_t longest = 0;
+    QuadStretch* last = nullptr;
+    for (std::int32_t i = 0; i < axis.exact.count; i += 4) {
+      QuadStretch group = {i + 4, axis.lists[i].quad, axis.lists[i].quad};
+      for (std::int32_t n = i; n < i + 4; ++n) {
+        if (axis.lists[n].quad < group.quad) group.quad = axis.lists[n].quad;
+        if (axis.lists[n].quad > group.quadEnd) group.quadEnd = axis.lists[n].quad;
+      }
+      group.quadEnd += axis.widest;
+      if (last && group.quad >= last->quad && group.quadEnd <= last->quad + kStretchQuads) {
+        last->end = group.end;
+        if (group.quadEnd > last->quadEnd) last->quadEnd = group.quadEnd;
+      } else {
+        last = last ? last + 1 : stretches;
+        *last = group;
+      }
+      if (last->quadEnd - last->quad > longest) longest = last->quadEnd - last->quad;
+    }
+    return longest;
   }
 };
 

@@ -58,6 +58,7 @@ struct FusedPlan {
   std::int64_t scratchBytes;  // a multiple of 64
   // Of these the level uses its own kind.
   QuadAxis rowQuads, columnQuads;
+  const QuadStretch* quadStretches;  // of the output columns, one after the other
   FloatAxis rowFloats, columnFloats;
   PairAxis rowPairs, columnPairs;
   const PairGroup* pairGroups;  // of the output columns, one vector after the other

@@ -30,6 +30,11 @@ struct QuadAxis {
   std::int32_t widest;      // quads of the list that has most
 };
 
+// Output columns up to `end` that are made from the source quads quad .. quadEnd - 1.
+struct QuadStretch {
+  std::int32_t end, quad, quadEnd;
+};
+
 // Memory that `PackQuads` needs, in bytes; negative when it has no size. [pure]
 std::int64_t QuadsBytes(const AxisWeights& axis);
 
