@@ -16,6 +16,7 @@ namespace pixmorph::kernels {
 namespace {
 
 constexpr std::int32_t kSlotPixels = 16;     // slots are padded to a multiple of this many pixels
+constexpr int kUsualBits = 22;               // of the fraction: all but unusual weights allow as many
 constexpr std::int32_t kStretchQuads = 256;  // 16 KiB of woven source pixels
 constexpr __mmask16 kColours = 0x7777;       // of four pixels with four words each; the top byte is nobody's
 using Bytes16 = __m128i;
@@ -49,6 +50,8 @@ PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::ptrdiff_t str
   return _mm512_add_epi32(upper, low);
 }
 
+// kBits 0: as many fraction bits as the axis says, otherwise kBits.
+template <int kBits>
 struct Rounding {
   __m128i up;    // 32 - fractionBits: leaves the fraction alone
   __m128i down;  // fractionBits
@@ -61,9 +64,12 @@ struct Rounding {
 
   // The samples whose fraction is too small to be sure.
   PIXMORPH_INLINE_MEMBER __mmask16 Unsure(__m512i sums) const {
-    return _mm512_mask_cmplt_epu32_mask(kColours, _mm512_sll_epi32(sums, up), threshold);
+    const __m512i fractions = kBits ? _mm512_slli_epi32(sums, 32 - kBits) : _mm512_sll_epi32(sums, up);
+    return _mm512_mask_cmplt_epu32_mask(kColours, fractions, threshold);
   }
-  PIXMORPH_INLINE_MEMBER __m512i Whole(__m512i sums) const { return _mm512_sra_epi32(sums, down); }
+  PIXMORPH_INLINE_MEMBER __m512i Whole(__m512i sums) const {
+    return kBits ? _mm512_srai_epi32(sums, kBits) : _mm512_sra_epi32(sums, down);
+  }
 };
 
 // Four vectors of words to bytes, clamped: lane l of the result has lane l of each.
@@ -184,11 +190,11 @@ class NextRows {
 };
 
 // kQuads 0: as many as the axis says.
-template <std::int32_t kQuads>
+template <std::int32_t kQuads, int kBits = kUsualBits>
 void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                 std::uint8_t* slot) {
   const QuadAxis& axis = plan.rowQuads;
-  const Rounding rounding(axis);
+  const Rounding<kBits> rounding(axis);
   // Word n of the result takes byte n of each lane, which are the four rows.
   const __m512i weave = _mm512_add_epi32(
       _mm512_set1_epi32(0x30201000),
@@ -221,6 +227,7 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
 
 void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                std::uint8_t* slot) {
+  if (plan.rowQuads.fractionBits != kUsualBits) return SumColumns<0, 0>(plan, rows, scratch, slot);
   switch (plan.rowQuads.widest) {
     case 1:
       return SumColumns<1>(plan, rows, scratch, slot);
@@ -241,14 +248,14 @@ void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint
   }
 }
 
-template <std::int32_t kQuads>
+template <std::int32_t kQuads, int kBits = kUsualBits>
 void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                std::uint32_t top) {
   const QuadAxis& axis = plan.columnQuads;
   const QuadList& list = axis.lists[r];
   const auto stride = static_cast<std::ptrdiff_t>(plan.slotBytes);
   const std::int32_t* const digits = axis.digits + list.words;
-  const Rounding rounding(axis);
+  const Rounding<kBits> rounding(axis);
   const __m512i inOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
   const std::int32_t width = plan.rowQuads.exact.count;
   for (std::int32_t x = 0; x < width; x += 16, slots += 256) {
@@ -279,6 +286,7 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
 
 void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                   std::uint32_t top) {
+  if (plan.columnQuads.fractionBits != kUsualBits) return SumPixels<0, 0>(plan, r, slots, out, top);
   switch (plan.columnQuads.lists[r].quads) {
     case 1:
       return SumPixels<1>(plan, r, slots, out, top);
