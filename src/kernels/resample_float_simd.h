@@ -24,7 +24,7 @@ PIXMORPH_INLINE std::ptrdiff_t SlotStride(const FusedPlan& plan) {
 template <class V>
 class FloatStretch {
  public:
-  static constexpr std::int32_t kPixels = 160;
+  static constexpr std::int32_t kPixels = 320;
 
   FloatStretch(const std::uint8_t* const* rows, std::int32_t width, std::uint8_t* memory)
       : rows_(rows), width_(width), floats_(reinterpret_cast<float*>(memory)) {}

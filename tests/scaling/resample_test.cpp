@@ -11,6 +11,7 @@
 #include "kernels/levels.h"
 #include "scaling/filters.h"
 #include "standin/clock.h"
+#include "standin/display.h"
 #include "standin/faults.h"
 #include "standin/ledger.h"
 #include "standin/methods.h"
@@ -138,6 +139,15 @@ TEST(ScalingMethod, FollowsTheFormulaOnSurfaces) {
 TEST(ScalingMethod, FollowsTheFormulaOnBitmaps) {
   EXPECT_TRUE(test::PassesInChild(
       [] { CompareAllModes(standin::Mode::kConsole, Guarded(standin::Store::kBitmap, 0), 0); }));
+}
+
+TEST(ScalingMethod, FollowsTheFormulaOnPixmaps) {
+  standin::OwnDisplay display;
+  EXPECT_TRUE(test::PassesInChild([] {
+    standin::StoreOptions store;
+    store.store = standin::Store::kGdk;
+    CompareAllModes(standin::Mode::kGdk, store, 0);
+  }));
 }
 
 class ScalingCalls : public testing::Test {
