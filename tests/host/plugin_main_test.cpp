@@ -77,4 +77,21 @@ TEST(PluginMain, RuntimeThatHasNothing) {
   EXPECT_TRUE(test::PassesInChild(body));
 }
 
+// Whatever the first runtime offered, the second one is asked again, and where it can't tell its version the
+// one known stays.
+TEST(PluginMain, ASecondStartAsksAgain) {
+  const auto body = [] {
+    standin::Config config;
+    config.version = 3000.0;
+    standin::Start(config);
+    standin::AttachPluginEntry(&REALPluginMain);
+    REALPluginMain(&KnowsNothing);
+    EXPECT_EQ(pixmorph::rbversion_rbversion, 3000.0);
+    EXPECT_EQ(standin::ReportedVersions(), std::vector<int>{13});
+    EXPECT_EQ(gAsked, (std::vector<std::string>{"REALGetRBVersion", "RegisterPluginVersion"}));
+    EXPECT_EQ(standin::Registrations().size(), 2u);
+  };
+  EXPECT_TRUE(test::PassesInChild(body));
+}
+
 }  // namespace
