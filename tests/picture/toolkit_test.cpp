@@ -43,18 +43,20 @@ extern "C" __attribute__((visibility("default"))) void* dlsym(void* library, con
 
 namespace {
 
-std::vector<std::string> Bound(const std::string& library, const std::vector<std::string>& names) {
-  std::vector<std::string> bound;
-  for (const auto& name : names) bound.push_back(library + " " + name);
-  return bound;
-}
+using Names = std::vector<std::string>;
 
-void Append(std::vector<std::string>* all, const std::vector<std::string>& more) {
-  all->insert(all->end(), more.begin(), more.end());
+// A search: the libraries tried and the functions asked of one of them, in order.
+Names operator+(Names all, const Names& more) {
+  all.insert(all.end(), more.begin(), more.end());
+  return all;
+}
+Names Of(const std::string& library, Names functions) {
+  for (auto& name : functions) name = library + " " + name;
+  return functions;
 }
 
 // Whether the loader succeeds, in a fresh process; it is asked twice and searches once.
-void ExpectLoad(bool (*load)(), bool expected, const std::vector<std::string>& asked, const char* what) {
+void ExpectLoad(bool (*load)(), bool expected, const Names& asked, const char* what) {
   const auto body = [&] {
     gPretend = true;
     gAsked.clear();
@@ -69,86 +71,54 @@ void ExpectLoad(bool (*load)(), bool expected, const std::vector<std::string>& a
   EXPECT_TRUE(test::PassesInChild(body)) << what;
 }
 
-const std::vector<std::string> kCairo = {"cairo_image_surface_get_data",   "cairo_image_surface_get_width",
-                                         "cairo_image_surface_get_height", "cairo_image_surface_get_stride",
-                                         "cairo_image_surface_get_format", "cairo_get_target",
-                                         "cairo_surface_mark_dirty"};
-const std::vector<std::string> kGdk = {"gdk_pixbuf_get_pixels",        "gdk_pixbuf_get_rowstride",
-                                       "gdk_pixbuf_get_from_drawable", "gdk_pixbuf_unref",
-                                       "gdk_unicode_to_keyval",        "gdk_keyval_to_unicode"};
+const Names kCairo = {"cairo_image_surface_get_data",   "cairo_image_surface_get_width",
+                      "cairo_image_surface_get_height", "cairo_image_surface_get_stride",
+                      "cairo_image_surface_get_format", "cairo_get_target",
+                      "cairo_surface_mark_dirty"};
+const Names kGdk = {"gdk_pixbuf_get_pixels", "gdk_pixbuf_get_rowstride", "gdk_pixbuf_get_from_drawable",
+                    "gdk_pixbuf_unref",      "gdk_unicode_to_keyval",    "gdk_keyval_to_unicode"};
 
 TEST(Toolkit, CairoIsSearchedOnceAndNeedsAllSeven) {
-  const std::vector<std::string> names = {"libcairo.so", "libcairo.so.2", "libcairo.so.2.10800.10"};
+  const Names names = {"libcairo.so", "libcairo.so.2", "libcairo.so.2.10800.10"};
   ExpectLoad(&pixmorph::LoadCairo, false, names, "no cairo");
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    gLibraries = {names.begin() + static_cast<std::ptrdiff_t>(i), names.end()};
-    std::vector<std::string> asked(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(i) + 1);
-    Append(&asked, Bound(names[i], kCairo));
-    ExpectLoad(&pixmorph::LoadCairo, true, asked, names[i].c_str());
-    for (const auto& function : kCairo) {
-      gMissing = {function};
-      ExpectLoad(&pixmorph::LoadCairo, false, asked, function.c_str());
-    }
-    gMissing.clear();
+  Names tried;
+  for (const auto& name : names) {
+    gLibraries = {name, names.back()};
+    tried.push_back(name);
+    ExpectLoad(&pixmorph::LoadCairo, true, tried + Of(name, kCairo), name.c_str());
   }
+  for (const auto& function : kCairo) {
+    gMissing = {function};
+    ExpectLoad(&pixmorph::LoadCairo, false, names + Of(names.back(), kCairo), function.c_str());
+  }
+  gMissing.clear();
   gLibraries.clear();
 }
 
-std::vector<std::string> Places(const std::string& library) {
-  const std::string name = "lib" + library + "-x11-2.0.so";
-  return {name,
-          name + ".0",
-          "/usr/lib/" + name,
-          "/usr/lib32/" + name,
-          "/usr/lib/" + name + ".0",
-          "/usr/lib32/" + name + ".0"};
+Names Places(const std::string& library) {
+  const std::string name = "lib" + library + "-x11-2.0.so", old = name + ".0";
+  return {name, old, "/usr/lib/" + name, "/usr/lib32/" + name, "/usr/lib/" + old, "/usr/lib32/" + old};
 }
 
 TEST(Toolkit, GdkIsEnoughAndGtkIsOptional) {
   const auto gtk = Places("gtk"), gdk = Places("gdk");
-  std::vector<std::string> nothing = gtk;
-  Append(&nothing, gdk);
-  ExpectLoad(&pixmorph::LoadGTK, false, nothing, "neither");
+  ExpectLoad(&pixmorph::LoadGTK, false, gtk + gdk, "neither");
 
   const std::string last = gdk.back();
+  const Names data = {"gdk_pixbuf_new_from_data"};
   gLibraries = {last};
-  std::vector<std::string> asked = nothing;
-  Append(&asked, Bound(last, kGdk));
-  Append(&asked, {last + " gdk_pixbuf_new_from_data"});
-  ExpectLoad(&pixmorph::LoadGTK, true, asked, "no GTK");
-  for (const auto& function : kGdk) {
+  for (const auto& function : kGdk + Names{"nothing"}) {
     gMissing = {function};
     const bool needed = function.rfind("gdk_pixbuf", 0) == 0;
-    ExpectLoad(&pixmorph::LoadGTK, !needed, asked, function.c_str());
+    ExpectLoad(&pixmorph::LoadGTK, !needed, gtk + gdk + Of(last, kGdk + data), function.c_str());
   }
   gMissing.clear();
 
   gLibraries = {gtk[1], gdk[0]};
-  asked = {gtk[0], gtk[1], gdk[0]};
-  Append(&asked, Bound(gdk[0], kGdk));
-  Append(&asked, Bound(gtk[1], {"gtk_settings_get_default", "g_object_get"}));
-  Append(&asked, Bound(gdk[0], {"gdk_pixbuf_new_from_data"}));
-  ExpectLoad(&pixmorph::LoadGTK, true, asked, "both");
-
-  gLibraries = {gtk[0]};
-  asked = {gtk[0]};
-  Append(&asked, gdk);
-  Append(&asked, Bound(gtk[0], {"gtk_settings_get_default", "g_object_get"}));
-  ExpectLoad(&pixmorph::LoadGTK, false, asked, "GTK alone");
+  const auto both =
+      Of(gdk[0], kGdk) + Of(gtk[1], {"gtk_settings_get_default", "g_object_get"}) + Of(gdk[0], data);
+  ExpectLoad(&pixmorph::LoadGTK, true, Names{gtk[0], gtk[1], gdk[0]} + both, "both");
   gLibraries.clear();
-}
-
-TEST(Toolkit, BindsTheRealLibraries) {
-  const auto body = [] {
-    EXPECT_EQ(pixmorph::_cairo_surface_mark_dirty, nullptr);
-    ASSERT_TRUE(pixmorph::LoadCairo());
-    ASSERT_TRUE(pixmorph::LoadGTK());
-    EXPECT_NE(pixmorph::_gdk_pixbuf_new_from_data, nullptr);
-    EXPECT_NE(pixmorph::_g_object_get, nullptr);
-    EXPECT_NE(pixmorph::_gtk_settings_get_default, nullptr);
-    EXPECT_EQ(pixmorph::_gdk_keyval_to_unicode(pixmorph::_gdk_unicode_to_keyval(0x20AC)), 0x20ACu);
-  };
-  EXPECT_TRUE(test::PassesInChild(body));
 }
 
 }  // namespace
