@@ -41,9 +41,13 @@ class FloatStretch {
       const std::uint8_t* pixel = rows_[n] + 4 * static_cast<std::ptrdiff_t>(first);
       std::int32_t left = end - first;
       // The same place of the rows that come next: the processor's own prefetching stops at every page.
-      const std::uint8_t* const next = rows_[kBatchRows + n] + 4 * static_cast<std::ptrdiff_t>(first);
-      for (std::ptrdiff_t ahead = 0; ahead < 4 * static_cast<std::ptrdiff_t>(left); ahead += 64)
-        _mm_prefetch(reinterpret_cast<const char*>(next + ahead), _MM_HINT_T1);
+      const auto ahead = reinterpret_cast<std::uintptr_t>(rows_[kBatchRows + n]) -
+                         reinterpret_cast<std::uintptr_t>(rows_[n]);
+      for (; left >= 16; left -= 16, pixel += 64, out += 64) {
+        _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(pixel) + ahead),
+                     _MM_HINT_T1);
+        for (std::int32_t i = 0; i < 16; i += V::kPixels) V::Store(out + 4 * i, V::FromPixels(pixel + 4 * i));
+      }
       for (; left >= V::kPixels; left -= V::kPixels, pixel += 4 * V::kPixels, out += 4 * V::kPixels)
         V::Store(out, V::FromPixels(pixel));
       for (; left > 0; --left, pixel += 4, out += 4) _mm_storeu_ps(out, V::FromPixel(pixel));
