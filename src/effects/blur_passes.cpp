@@ -93,6 +93,7 @@ class FusedBlur {
       AverageColumns(y);
       yieldData.YieldPoint();
       AverageRow(y);
+      if (y == reader_.height - 1) blur_.finish();
       yieldData.YieldPoint();
     }
   }
@@ -130,10 +131,11 @@ class FusedBlur {
   }
 
   void AverageColumns(std::int32_t y) {
-    const std::int32_t enters = y + plan_.radius + 1, leaves = y - plan_.radius;
+    if (y == 0) return blur_.firstRow(plan_, Intermediate(), Sums());
+    const std::int32_t enters = y + plan_.radius, leaves = y - plan_.radius - 1;
     const kernels::BlurSourceRows rows = {SourceRow(enters, kEntering), SourceRow(leaves, kLeaving),
                                           Address(enters + kRowsAhead), Address(leaves + kRowsAhead)};
-    blur_.averageColumns(plan_, Intermediate(), Sums(), rows);
+    blur_.nextRow(plan_, Intermediate(), Sums(), rows);
   }
 
   void AverageRow(std::int32_t y) {

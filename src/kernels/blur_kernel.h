@@ -59,11 +59,15 @@ struct BlurKernels {
   void (*startSums)(const BlurPlan& plan, void* sums);
   // Adds `times` copies of a source row to the column sums, 0 <= times <= box. Reads exactly `width` pixels.
   void (*addRow)(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
-  // Writes the columns' averages and the padding on either side to an intermediate row, then moves the sums
-  // down by one row. Reads exactly `width` pixels of each source row.
-  void (*averageColumns)(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows);
-  // Averages along an intermediate row. Writes exactly `width` pixels.
+  // Writes the averages of the columns' sums to an intermediate row, once all rows around row 0 are added.
+  void (*firstRow)(const BlurPlan& plan, std::uint8_t* to, void* sums);
+  // Turns the averages of one row into those of the next one. Reads exactly `width` pixels of each source
+  // row.
+  void (*nextRow)(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows);
+  // Averages along an intermediate row, around which it writes the padding. Writes exactly `width` pixels.
   void (*averageRow)(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from);
+  // After the last row: what went past the caches is in memory before anything that is stored later.
+  void (*finish)();
 };
 
 extern const BlurKernels kBlurScalar, kBlurSse2, kBlurSse41, kBlurAvx2, kBlurAvx512;
@@ -92,7 +96,9 @@ void AverageRow(PixelLayout layout, std::uint8_t* to, const std::uint8_t* from, 
 // The entries of `kBlurScalar`.
 void StartSums(const BlurPlan& plan, void* sums);
 void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times);
-void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows);
+void FirstRow(const BlurPlan& plan, std::uint8_t* to, void* sums);
+void NextRow(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows);
+void Finish();
 void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from);
 
 }  // namespace ref

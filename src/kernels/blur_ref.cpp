@@ -77,11 +77,16 @@ void AddPlannedRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, st
   AddRow(Planes(plan, sums), PixelLayout::kBgrx0, row, plan.width, times);
 }
 
-void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
-  const ColumnSums planes = Planes(plan, sums);
-  WriteAverages(planes, plan.box, PixelLayout::kBgrx0, to, plan.width);
-  MoveDown(planes, PixelLayout::kBgrx0, rows.entering, rows.leaving, plan.width);
+void FirstRow(const BlurPlan& plan, std::uint8_t* to, void* sums) {
+  WriteAverages(Planes(plan, sums), plan.box, PixelLayout::kBgrx0, to, plan.width);
 }
+
+void NextRow(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
+  MoveDown(Planes(plan, sums), PixelLayout::kBgrx0, rows.entering, rows.leaving, plan.width);
+  FirstRow(plan, to, sums);
+}
+
+void Finish() {}
 
 void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
   AverageRow(plan.top ? PixelLayout::kBgrxF : PixelLayout::kBgrx0, to, from, plan.width, plan.radius);
@@ -89,7 +94,7 @@ void AveragePlannedRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* fro
 
 }  // namespace ref
 
-const BlurKernels kBlurScalar = {ref::StartSums, ref::AddPlannedRow, ref::AverageColumns,
-                                 ref::AveragePlannedRow};
+const BlurKernels kBlurScalar = {ref::StartSums, ref::AddPlannedRow,     ref::FirstRow,
+                                 ref::NextRow,   ref::AveragePlannedRow, ref::Finish};
 
 }  // namespace pixmorph::kernels

@@ -37,8 +37,8 @@ struct WideSums {
   V even, odd;
   // Adds 16-bit numbers, each to its 32-bit sum.
   PIXMORPH_INLINE_MEMBER void Add(V numbers) {
-    even = V::Add32(even, V::MaddPairs16(numbers, V::Set32(0x00000001)));
-    odd = V::Add32(odd, V::MaddPairs16(numbers, V::Set32(0x00010000)));
+    even = V::AddPairs16(even, numbers, V::Set32(0x00000001));
+    odd = V::AddPairs16(odd, numbers, V::Set32(0x00010000));
   }
 };
 
@@ -104,51 +104,103 @@ PIXMORPH_INLINE void StartSums(const BlurPlan& plan, void* sums) {
 
 // Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
 // 32-bit.
+// Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
+// 32-bit.
 template <class V>
-PIXMORPH_INLINE void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
+PIXMORPH_INLINE void AddRowNarrow(const BlurPlan& plan, void* sums, const std::uint8_t* row,
+                                  std::int32_t times) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
   const V factor = V::Set16(static_cast<std::int16_t>(times));
-  const V wideFactor = V::Set32(static_cast<std::uint32_t>(times));
   ForEachVector<V>(plan.width, {row, row, row, row}, [=](std::int32_t at, V pixels, V) {
     const V numbers[2] = {V::UnpackLow8(pixels), V::UnpackHigh8(pixels)};
     for (int half = 0; half < 2; ++half) {
-      if (plan.range == BlurRange::kNarrow) {
-        std::uint8_t* sum = first + at * 2 + half * V::kBytes;
-        V::Add16(V::LoadAligned(sum), V::MulLow16(numbers[half], factor)).StoreAligned(sum);
-      } else {
-        std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
-        const V even = V::And(numbers[half], V::Set32(0xFFFF));
-        const V odd = V::ShiftRight32(numbers[half], 16);
-        V::Add32(V::LoadAligned(sum), V::MulSmall32(even, wideFactor)).StoreAligned(sum);
-        V::Add32(V::LoadAligned(sum + V::kBytes), V::MulSmall32(odd, wideFactor))
-            .StoreAligned(sum + V::kBytes);
-      }
+      std::uint8_t* sum = first + at * 2 + half * V::kBytes;
+      V::Add16(V::LoadAligned(sum), V::MulLow16(numbers[half], factor)).StoreAligned(sum);
     }
   });
 }
 
+template <class V, bool kOnce>
+PIXMORPH_INLINE void AddRowWide(const BlurPlan& plan, void* sums, const std::uint8_t* row,
+                                std::int32_t times) {
+  std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
+  const V factor = V::Set32(static_cast<std::uint32_t>(times));
+  ForEachVector<V>(plan.width, {row, row, row, row}, [=](std::int32_t at, V pixels, V) {
+    const V numbers[2] = {V::UnpackLow8(pixels), V::UnpackHigh8(pixels)};
+    for (int half = 0; half < 2; ++half) {
+      std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
+      WideSums<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
+      if (kOnce) {
+        box.Add(numbers[half]);
+      } else {
+        box.even = V::Add32(box.even, V::MulSmall32(V::And(numbers[half], V::Set32(0xFFFF)), factor));
+        box.odd = V::Add32(box.odd, V::MulSmall32(V::ShiftRight32(numbers[half], 16), factor));
+      }
+      box.even.StoreAligned(sum);
+      box.odd.StoreAligned(sum + V::kBytes);
+    }
+  });
+}
+
+template <class V>
+PIXMORPH_INLINE void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
+  if (plan.range == BlurRange::kNarrow)
+    AddRowNarrow<V>(plan, sums, row, times);
+  else if (times == 1)
+    AddRowWide<V, true>(plan, sums, row, times);
+  else
+    AddRowWide<V, false>(plan, sums, row, times);
+}
+
+// 16-bit sums: moved, divided and written.
 template <class V, bool kShifted>
-PIXMORPH_INLINE void AverageColumnsNarrow(const BlurPlan& plan, std::uint8_t* to, void* sums,
-                                          const BlurSourceRows& rows) {
+PIXMORPH_INLINE void NextRowNarrow(const BlurPlan& plan, std::uint8_t* to, void* sums,
+                                   const BlurSourceRows& rows) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
   const NarrowQuotient<V, kShifted> quotient(plan);
   const V tops = V::Set32(plan.top);
   ForEachVector<V>(plan.width, rows, [=](std::int32_t at, V in, V out) {
     std::uint8_t* sum = first + at * 2;
-    const Pair<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
-    V::WithTops(quotient.Pixels(box), tops).StoreAligned(to + at);
     Pair<V> change;
     V::Subtract8(in, out, &change.lo, &change.hi);
-    V::Add16(box.lo, change.lo).StoreAligned(sum);
-    V::Add16(box.hi, change.hi).StoreAligned(sum + V::kBytes);
+    const Pair<V> box = {V::Add16(V::LoadAligned(sum), change.lo),
+                         V::Add16(V::LoadAligned(sum + V::kBytes), change.hi)};
+    box.lo.StoreAligned(sum);
+    box.hi.StoreAligned(sum + V::kBytes);
+    V::WithTops(quotient.Pixels(box), tops).StoreAligned(to + at);
   });
 }
 
-template <class V, class Quotient>
-PIXMORPH_INLINE void AverageColumnsWide(const BlurPlan& plan, std::uint8_t* to, void* sums,
-                                        const BlurSourceRows& rows) {
+// The box is longer than any one step, so that each step moves an average by one at most: the row that was
+// written last is kept up to date by what is left over of the divisions, without dividing anew. What is left
+// over stays within 0 .. box - 1 whatever the source does.
+template <class V>
+PIXMORPH_INLINE void NextRowWide(const BlurPlan& plan, std::uint8_t* to, void* leftOver,
+                                 const BlurSourceRows& rows) {
+  std::uint8_t* const first = static_cast<std::uint8_t*>(leftOver);
+  const V box = V::Set16(static_cast<std::int16_t>(plan.box)),
+          last = V::Set16(static_cast<std::int16_t>(plan.box - 1));
+  const V tops = V::Set32(plan.top);
+  ForEachVector<V>(plan.width, rows, [=](std::int32_t at, V in, V out) {
+    V change[2], steps[2];
+    V::Subtract8(in, out, &change[0], &change[1]);
+    for (int half = 0; half < 2; ++half) {
+      std::uint8_t* rest = first + at * 2 + half * V::kBytes;
+      const V moved = V::Add16(V::LoadAligned(rest), change[half]);
+      const V above = V::Greater16(moved, last), below = V::Greater16(V::Zero(), moved);
+      V::Add16(V::Sub16(moved, V::And(above, box)), V::And(below, box)).StoreAligned(rest);
+      steps[half] = V::Sub16(below, above);
+    }
+    const V pixels = V::Add8(V::LoadAligned(to + at), V::PackSigned16(steps[0], steps[1]));
+    V::WithTops(pixels, tops).StoreAligned(to + at);
+  });
+}
+
+template <class V>
+PIXMORPH_INLINE void NextRowHuge(const BlurPlan& plan, std::uint8_t* to, void* sums,
+                                 const BlurSourceRows& rows) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
-  const Quotient quotient(plan);
+  const HugeQuotient<V> quotient(plan);
   const V tops = V::Set32(plan.top);
   ForEachVector<V>(plan.width, rows, [=](std::int32_t at, V in, V out) {
     V change[2], averages[2];
@@ -156,13 +208,44 @@ PIXMORPH_INLINE void AverageColumnsWide(const BlurPlan& plan, std::uint8_t* to, 
     for (int half = 0; half < 2; ++half) {
       std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
       WideSums<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
-      averages[half] = quotient.Of(box);
       box.Add(change[half]);
       box.even.StoreAligned(sum);
       box.odd.StoreAligned(sum + V::kBytes);
+      averages[half] = quotient.Of(box);
     }
     V::WithTops(V::Pack16(averages[0], averages[1]), tops).StoreAligned(to + at);
   });
+}
+
+// The first row's averages of 16-bit sums.
+template <class V, bool kShifted>
+PIXMORPH_INLINE void FirstRowNarrow(const BlurPlan& plan, std::uint8_t* to, const void* sums) {
+  const NarrowQuotient<V, kShifted> quotient(plan);
+  const V tops = V::Set32(plan.top);
+  const std::uint8_t* sum = static_cast<const std::uint8_t*>(sums);
+  for (std::int32_t at = 0; at < plan.width * 4; at += V::kBytes, sum += 2 * V::kBytes)
+    V::WithTops(quotient.Pixels({V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)}), tops)
+        .StoreAligned(to + at);
+}
+
+// Of 32-bit sums. What the divisions leave over takes the first half of the sums' memory, for `NextRowWide`.
+template <class V, class Quotient, bool kLeavesOver>
+PIXMORPH_INLINE void FirstRowWide(const BlurPlan& plan, std::uint8_t* to, void* sums) {
+  std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
+  const Quotient quotient(plan);
+  const V tops = V::Set32(plan.top), box16 = V::Set16(static_cast<std::int16_t>(plan.box));
+  for (std::int32_t at = 0; at < plan.width * 4; at += V::kBytes) {
+    V averages[2];
+    for (int half = 0; half < 2; ++half) {
+      const std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
+      const WideSums<V> box = {V::LoadAligned(sum), V::LoadAligned(sum + V::kBytes)};
+      averages[half] = quotient.Of(box);
+      if (!kLeavesOver) continue;
+      const V low = V::Or(V::And(box.even, V::Set32(0xFFFF)), V::ShiftLeft32(box.odd, 16));
+      V::Sub16(low, V::MulLow16(averages[half], box16)).StoreAligned(first + at * 2 + half * V::kBytes);
+    }
+    V::WithTops(V::Pack16(averages[0], averages[1]), tops).StoreAligned(to + at);
+  }
 }
 
 // The edge pixels' copies on either side of an intermediate row; whole vectors, for which there is room.
@@ -179,16 +262,27 @@ PIXMORPH_INLINE void PadRow(const BlurPlan& plan, std::uint8_t* row) {
 }
 
 template <class V>
-PIXMORPH_INLINE void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums,
-                                    const BlurSourceRows& rows) {
+PIXMORPH_INLINE void FirstRow(const BlurPlan& plan, std::uint8_t* to, void* sums) {
   if (plan.range == BlurRange::kHuge)
-    AverageColumnsWide<V, HugeQuotient<V>>(plan, to, sums, rows);
+    FirstRowWide<V, HugeQuotient<V>, false>(plan, to, sums);
   else if (plan.range == BlurRange::kWide)
-    AverageColumnsWide<V, WideQuotient<V>>(plan, to, sums, rows);
+    FirstRowWide<V, WideQuotient<V>, true>(plan, to, sums);
   else if (plan.shift)
-    AverageColumnsNarrow<V, true>(plan, to, sums, rows);
+    FirstRowNarrow<V, true>(plan, to, sums);
   else
-    AverageColumnsNarrow<V, false>(plan, to, sums, rows);
+    FirstRowNarrow<V, false>(plan, to, sums);
+}
+
+template <class V>
+PIXMORPH_INLINE void NextRow(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
+  if (plan.range == BlurRange::kHuge)
+    NextRowHuge<V>(plan, to, sums, rows);
+  else if (plan.range == BlurRange::kWide)
+    NextRowWide<V>(plan, to, sums, rows);
+  else if (plan.shift)
+    NextRowNarrow<V, true>(plan, to, sums, rows);
+  else
+    NextRowNarrow<V, false>(plan, to, sums, rows);
 }
 
 // ---- along a row
@@ -304,7 +398,6 @@ PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, std::u
   }
   if (aligned && plan.streaming) {
     for (; x + V::kPixels <= plan.width; x += V::kPixels) next(x).Stream(to + x * 4);
-    V::EndStreaming();
   } else {
     for (; x + V::kPixels <= plan.width; x += V::kPixels) next(x).Store(to + x * 4);
   }
@@ -330,13 +423,17 @@ struct BlurOver {
   static void AddRow(const BlurPlan& plan, void* sums, const std::uint8_t* row, std::int32_t times) {
     kernels::AddRow<ColumnsV>(plan, sums, row, times);
   }
-  static void AverageColumns(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
-    kernels::AverageColumns<ColumnsV>(plan, to, sums, rows);
+  static void FirstRow(const BlurPlan& plan, std::uint8_t* to, void* sums) {
+    kernels::FirstRow<ColumnsV>(plan, to, sums);
+  }
+  static void NextRow(const BlurPlan& plan, std::uint8_t* to, void* sums, const BlurSourceRows& rows) {
+    kernels::NextRow<ColumnsV>(plan, to, sums, rows);
   }
   static void AverageRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
     kernels::AverageRow<V>(plan, to, from);
   }
-  static constexpr BlurKernels kTable = {StartSums, AddRow, AverageColumns, AverageRow};
+  static void Finish() { V::EndStreaming(); }
+  static constexpr BlurKernels kTable = {StartSums, AddRow, FirstRow, NextRow, AverageRow, Finish};
 };
 
 }  // namespace

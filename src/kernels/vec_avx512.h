@@ -40,10 +40,14 @@ struct VecAvx512 {
   PIXMORPH_OP Or(Self a, Self b) { return {_mm512_or_si512(a.r, b.r)}; }
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm512_xor_si512(a.r, b.r)}; }
   PIXMORPH_OP Add16(Self a, Self b) { return {_mm512_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Sub16(Self a, Self b) { return {_mm512_sub_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Add8(Self a, Self b) { return {_mm512_add_epi8(a.r, b.r)}; }
+  PIXMORPH_OP Greater16(Self a, Self b) { return {_mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a.r, b.r))}; }
   PIXMORPH_OP Add32(Self a, Self b) { return {_mm512_add_epi32(a.r, b.r)}; }
   PIXMORPH_OP MulHigh16(Self a, Self b) { return {_mm512_mulhi_epu16(a.r, b.r)}; }
   PIXMORPH_OP MulLow16(Self a, Self b) { return {_mm512_mullo_epi16(a.r, b.r)}; }
-  PIXMORPH_OP MaddPairs16(Self a, Self b) { return {_mm512_madd_epi16(a.r, b.r)}; }
+  // Adds the two 16-bit products of each 32-bit lane.
+  PIXMORPH_OP AddPairs16(Self sums, Self a, Self b) { return {_mm512_dpwssd_epi32(sums.r, a.r, b.r)}; }
   // 64-bit products of the even 32-bit lanes.
   PIXMORPH_OP MulEven32(Self a, Self b) { return {_mm512_mul_epu32(a.r, b.r)}; }
   // Shift counts in a register of their own.
@@ -58,6 +62,7 @@ struct VecAvx512 {
   // Within each 16 bytes: the bytes of the first or the last two pixels as 16-bit numbers, and back.
   PIXMORPH_OP UnpackLow8(Self a) { return {_mm512_unpacklo_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm512_unpackhi_epi8(a.r, Zero().r)}; }
+  PIXMORPH_OP PackSigned16(Self lo, Self hi) { return {_mm512_packs_epi16(lo.r, hi.r)}; }
   PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm512_packus_epi16(lo.r, hi.r)}; }
 
   // Pixels with the top byte of `tops`.
