@@ -97,12 +97,19 @@ class PlainSum {
   __m256d sum_;
 };
 
+// The number of the lowest group of four bits that has one, which is then cleared.
+PIXMORPH_INLINE std::int32_t TakeFirst(std::uint64_t& bits) {
+  const std::int32_t group = __builtin_ctzll(bits) / 4;
+  bits &= ~(std::uint64_t{0xF} << (4 * group));
+  return group;
+}
+
 // Output columns i .. i + 3 of one batch again, where `unsure` has a bit: 16 bits a column, four a row.
 __attribute__((noinline)) void RedoColumns(const FusedPlan& plan, const std::uint8_t* const* rows,
                                            std::int32_t i, std::uint64_t unsure, std::uint8_t* slot) {
   const AxisWeights& exact = plan.rowQuads.exact;
-  for (std::int32_t n = 0; n < 16; ++n, unsure >>= 4) {
-    if ((unsure & 0xF) == 0) continue;
+  while (unsure != 0) {
+    const std::int32_t n = TakeFirst(unsure);
     const std::int32_t column = i + n / 4 < exact.count ? i + n / 4 : exact.count - 1;
     const WeightList& list = exact.lists[column];
     const WeightBlock& block = exact.blocks[list.block];
@@ -125,13 +132,14 @@ __attribute__((noinline)) void RedoPixels(const FusedPlan& plan, std::int32_t r,
   const WeightList& list = exact.lists[r];
   const WeightBlock& block = exact.blocks[list.block];
   const float* const weights = exact.weights + block.offset;
-  for (std::int32_t x = 0; unsure != 0; ++x, unsure >>= 4, slots += 16) {
-    if ((unsure & 0xF) == 0) continue;
+  const auto stride = static_cast<std::ptrdiff_t>(plan.slotBytes);
+  while (unsure != 0) {
+    const std::int32_t x = TakeFirst(unsure);
+    const std::uint8_t* const pixel = slots + 16 * x;
     PlainSum sum;
     for (std::int32_t t = 0; t < block.count; ++t) {
       const std::int32_t row = list.first % 4 + t;
-      const __m128i quad =
-          _mm_loadu_si128(reinterpret_cast<const Bytes16*>(slots + row / 4 * plan.slotBytes));
+      const __m128i quad = _mm_loadu_si128(reinterpret_cast<const Bytes16*>(pixel + row / 4 * stride));
       const __m128i bytes = _mm_srl_epi32(quad, _mm_cvtsi32_si128(row % 4 * 8));
       sum.Add(weights[t], _mm_and_si128(bytes, _mm_set1_epi32(0xFF)));
     }
