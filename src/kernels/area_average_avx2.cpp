@@ -1,7 +1,6 @@
-#include <immintrin.h>
-
 #include "kernels/area_average_simd.h"
 #include "kernels/area_average_tiles.h"
+#include "kernels/intrinsics.h"
 
 namespace pixmorph::kernels {
 namespace {

@@ -1,14 +1,6 @@
-// Unmasked intrinsics pass an operand that the compiler's own headers leave uninitialised, and it warns of
-// that.
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
-#include <immintrin.h>
-
 #include "kernels/area_average_simd.h"
 #include "kernels/area_average_tiles.h"
+#include "kernels/intrinsics.h"
 
 namespace pixmorph::kernels {
 namespace {

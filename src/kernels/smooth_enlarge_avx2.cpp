@@ -1,5 +1,4 @@
-#include <immintrin.h>
-
+#include "kernels/intrinsics.h"
 #include "kernels/smooth_enlarge_double_avx2.h"
 #include "kernels/smooth_enlarge_planar.h"
 #include "kernels/smooth_enlarge_spread.h"

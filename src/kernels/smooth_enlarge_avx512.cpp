@@ -1,12 +1,4 @@
-// Unmasked intrinsics pass an operand that the compiler's own headers leave uninitialised, and it warns of
-// that.
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-
-#include <immintrin.h>
-
+#include "kernels/intrinsics.h"
 #include "kernels/smooth_enlarge_double_avx2.h"
 #include "kernels/smooth_enlarge_planar.h"
 #include "kernels/smooth_enlarge_spread.h"

@@ -1,8 +1,7 @@
 #ifndef PIXMORPH_KERNELS_SMOOTH_ENLARGE_DOUBLE_AVX2_H_
 #define PIXMORPH_KERNELS_SMOOTH_ENLARGE_DOUBLE_AVX2_H_
 
-#include <immintrin.h>
-
+#include "kernels/intrinsics.h"
 #include "kernels/smooth_enlarge_double.h"
 
 // Vectors of 32 bytes for DoubleRow, for inclusion by the files of levels that have AVX2. Vectors of 64 took
