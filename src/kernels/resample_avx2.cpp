@@ -1,5 +1,4 @@
-#include <immintrin.h>
-
+#include "kernels/intrinsics.h"
 #include "kernels/resample_float_simd.h"
 #include "kernels/resample_pair_simd.h"
 
@@ -67,6 +66,11 @@ struct TwoPixels {
     const __m128i colours = _mm_set1_epi32(0x00FFFFFF);
     const __m128i words = _mm_and_si128(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), colours);
     return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(words));
+  }
+
+  // Of slots, where top bytes are 0.
+  PIXMORPH_INLINE_MEMBER static F FromSlot(const std::uint8_t* p) {
+    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
   }
 
   // Output columns i and i + 1 of four rows: two taps a step, the halves added at the end.

@@ -216,10 +216,10 @@ class FloatPasses {
     F a = start, b = a, c = a, d = a;
     for (; count > 0; --count, source += stride) {
       const F weight = V::Set(*weights++);
-      a = V::MultiplyAdd(V::FromPixels(source), weight, a);
-      b = V::MultiplyAdd(V::FromPixels(source + 4 * V::kPixels), weight, b);
-      c = V::MultiplyAdd(V::FromPixels(source + 8 * V::kPixels), weight, c);
-      d = V::MultiplyAdd(V::FromPixels(source + 12 * V::kPixels), weight, d);
+      a = V::MultiplyAdd(V::FromSlot(source), weight, a);
+      b = V::MultiplyAdd(V::FromSlot(source + 4 * V::kPixels), weight, b);
+      c = V::MultiplyAdd(V::FromSlot(source + 8 * V::kPixels), weight, c);
+      d = V::MultiplyAdd(V::FromSlot(source + 12 * V::kPixels), weight, d);
     }
     sums[0] = a, sums[1] = b, sums[2] = c, sums[3] = d;
   }

@@ -73,6 +73,11 @@ struct OnePixel {
   }
   PIXMORPH_INLINE_MEMBER static F FromPixels(const std::uint8_t* p) { return FromPixel(p); }
 
+  // Of slots, where top bytes are 0.
+  PIXMORPH_INLINE_MEMBER static F FromSlot(const std::uint8_t* p) {
+    return _mm_cvtepi32_ps(Widen::Bytes(_mm_loadu_si32(p)));
+  }
+
   // Output column i of four rows.
   PIXMORPH_INLINE_MEMBER static void SumColumns(const FloatAxis& axis, const FloatStretch<OnePixel>& stretch,
                                                 std::int32_t i, F (&sums)[4]) {
