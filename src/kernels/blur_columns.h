@@ -40,6 +40,13 @@ PIXMORPH_INLINE void StartSums(const BlurPlan& plan, void* sums) {
     V::Set16(1).StoreAligned(static_cast<std::uint8_t*>(sums) + at);
 }
 
+// The row after next, where it usually is, will be wanted soon.
+PIXMORPH_INLINE BlurSourceRows AddedRow(const BlurPlan& plan, const std::uint8_t* row) {
+  const std::uintptr_t soon =
+      reinterpret_cast<std::uintptr_t>(row) + static_cast<std::uintptr_t>(plan.width) * 8;
+  return {row, row, reinterpret_cast<const std::uint8_t*>(soon), row};
+}
+
 // Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
 // 32-bit.
 // Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
@@ -49,7 +56,7 @@ PIXMORPH_INLINE void AddRowNarrow(const BlurPlan& plan, void* sums, const std::u
                                   std::int32_t times) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
   const V factor = V::Set16(static_cast<std::int16_t>(times));
-  ForEachVector<V>(plan.width, {row, row, row, row}, [=](std::int32_t at, V pixels, V) {
+  ForEachVector<V>(plan.width, AddedRow(plan, row), [=](std::int32_t at, V pixels, V) {
     const V numbers[2] = {V::UnpackLow8(pixels), V::UnpackHigh8(pixels)};
     for (int half = 0; half < 2; ++half) {
       std::uint8_t* sum = first + at * 2 + half * V::kBytes;
@@ -63,7 +70,7 @@ PIXMORPH_INLINE void AddRowWide(const BlurPlan& plan, void* sums, const std::uin
                                 std::int32_t times) {
   std::uint8_t* const first = static_cast<std::uint8_t*>(sums);
   const V factor = V::Set32(static_cast<std::uint32_t>(times));
-  ForEachVector<V>(plan.width, {row, row, row, row}, [=](std::int32_t at, V pixels, V) {
+  ForEachVector<V>(plan.width, AddedRow(plan, row), [=](std::int32_t at, V pixels, V) {
     const V numbers[2] = {V::UnpackLow8(pixels), V::UnpackHigh8(pixels)};
     for (int half = 0; half < 2; ++half) {
       std::uint8_t* sum = first + at * 4 + half * 2 * V::kBytes;
