@@ -33,6 +33,7 @@ target_link_libraries(pixmorph_tool_parts PUBLIC standin image_files)
 # The option parser is slow to compile and its code runs once per process.
 set_source_files_properties(tools/main.cpp tools/commands/arguments.cpp tools/commands/common_options.cpp
   PROPERTIES COMPILE_OPTIONS -O0)
+set_source_files_properties(tools/main.cpp PROPERTIES COMPILE_DEFINITIONS PIXMORPH_VERSION="${PROJECT_VERSION}")
 
 # The core is linked for what the command tells about the processor; the methods come from the loaded library.
 add_executable(pixmorph_tool tools/main.cpp $<TARGET_OBJECTS:pixmorph_core>)

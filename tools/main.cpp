@@ -21,36 +21,44 @@ std::string Footer() {
   return text + "  128 + N when signal N ended the command; no half-written file stays behind.";
 }
 
-std::vector<std::string> CommandNames() {
-  std::vector<std::string> names;
-  for (const Command& command : kCommands) names.emplace_back(command.name);
-  return names;
-}
-
 std::string DidYouMean(const std::string& typed, const std::vector<std::string>& candidates) {
   const std::string nearest = Nearest(typed, candidates);
   return nearest.empty() ? ": see --help" : ": did you mean \"" + nearest + "\"?";
 }
 
 // Before the parser, which would only say that it had not expected the word.
-void CheckCommandName(int argc, char** argv) {
-  const std::string typed = argc > 1 ? argv[1] : "";
-  const std::vector<std::string> names = CommandNames();
-  if (typed.empty() || typed[0] == '-' || std::find(names.begin(), names.end(), typed) != names.end()) return;
-  throw Failure(Exit::kUsage, "there is no command \"" + typed + "\"" + DidYouMean(typed, names));
+void CheckCommandNames(const CLI::App& app, int argc, char** argv) {
+  const CLI::App* level = &app;
+  for (int i = 1; i < argc; ++i) {
+    const std::vector<const CLI::App*> below = level->get_subcommands([](const CLI::App*) { return true; });
+    const std::string typed = argv[i];
+    if (below.empty() || typed.empty() || typed[0] == '-') return;
+    std::vector<std::string> names;
+    for (const CLI::App* command : below) names.push_back(command->get_name());
+    const auto named = std::find(names.begin(), names.end(), typed);
+    if (named == names.end())
+      throw Failure(Exit::kUsage, "there is no command \"" + typed + "\"" + DidYouMean(typed, names));
+    level = below[static_cast<std::size_t>(named - names.begin())];
+  }
+}
+
+// The innermost command that was named.
+const CLI::App& Chosen(const CLI::App& app) {
+  const CLI::App* chosen = &app;
+  while (!chosen->get_subcommands().empty()) chosen = chosen->get_subcommands().front();
+  return *chosen;
 }
 
 // The parser's own sentence, and for a mistyped option of the command the nearest one.
 std::string UsageSentence(const CLI::App& app, const CLI::ParseError& error) {
-  for (const CLI::App* command : app.get_subcommands()) {
-    for (const std::string& extra : command->remaining()) {
-      if (extra.rfind("--", 0) != 0) continue;
-      std::vector<std::string> known;
-      for (const CLI::Option* option : command->get_options()) {
-        for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
-      }
-      return "there is no option " + extra + DidYouMean(extra, known);
+  const CLI::App& command = Chosen(app);
+  for (const std::string& extra : command.remaining()) {
+    if (extra.rfind("--", 0) != 0) continue;
+    std::vector<std::string> known;
+    for (const CLI::Option* option : command.get_options()) {
+      for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
     }
+    return "there is no option " + extra + DidYouMean(extra, known);
   }
   return std::string(error.what()) + ": see --help";
 }
@@ -63,26 +71,46 @@ int Report(const Failure& failure, bool json) {
   return code;
 }
 
-void ParseAndRun(int argc, char** argv, Options& options) {
-  CheckCommandName(argc, argv);
-  CLI::App app("Runs the methods of the Pixmorph picture plugin on PNG and JPEG files, as a runtime would.",
-               "pixmorph");
+void DefineCommands(CLI::App& app, Options& options, std::function<void()>* chosen) {
   app.footer(Footer());
   app.require_subcommand(1);
-  std::function<void()> chosen;
+  app.set_version_flag("--version", "pixmorph " PIXMORPH_VERSION, "print the version and exit");
   for (const Command& command : kCommands) {
     CLI::App* sub = app.add_subcommand(command.name, command.help);
     sub->footer(Footer());
+    if (!command.shown) sub->group("");
     AddCommonOptions(*sub, options, command.common);
     Arguments list(*sub);
-    sub->callback([&chosen, run = command.define(list, options)] { chosen = run; });
+    sub->callback([chosen, run = command.define(list, options)] { *chosen = run; });
   }
+  // After the commands, which would inherit it.
+  app.set_help_all_flag("--help-all", "print the help of every command and exit");
+}
+
+std::string HelpText(const CLI::App& app) {
+  const CLI::App& asked = Chosen(app);
+  std::string names;
+  for (const CLI::App* parent = asked.get_parent(); parent; parent = parent->get_parent())
+    names = parent->get_name() + (names.empty() ? "" : " ") + names;
+  return asked.help(names);
+}
+
+void ParseAndRun(int argc, char** argv, Options& options) {
+  CLI::App app("Runs the methods of the Pixmorph picture plugin on PNG and JPEG files, as a runtime would.",
+               "pixmorph");
+  std::function<void()> chosen;
+  DefineCommands(app, options, &chosen);
+  CheckCommandNames(app, argc, argv);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
-    const std::vector<CLI::App*> asked = app.get_subcommands();
-    const std::string text = asked.empty() ? app.help() : asked.front()->help("pixmorph");
-    std::printf("%s", text.c_str());
+    std::printf("%s", HelpText(app).c_str());
+    return;
+  } catch (const CLI::CallForAllHelp&) {
+    std::printf("%s", app.help("", CLI::AppFormatMode::All).c_str());
+    return;
+  } catch (const CLI::CallForVersion& version) {
+    std::printf("%s\n", version.what());
     return;
   } catch (const CLI::ParseError& error) {
     throw Failure(Exit::kUsage, UsageSentence(app, error));

@@ -15,8 +15,9 @@ struct Command {
   const char* help;
   // Adds the arguments and gives what to do once they are parsed. `options` outlives both.
   std::function<void()> (*define)(Arguments& list, Options& options);
-  // Which of the common options it takes.
-  enum class Common { kNone, kLibrary, kAll } common;
+  Arguments::Common common;
+  // Shown in the help; a hidden command is for installations, not for people.
+  bool shown = true;
 };
 
 std::function<void()> DefineScale(Arguments& list, Options& options);
@@ -24,27 +25,32 @@ std::function<void()> DefineScaleMask(Arguments& list, Options& options);
 std::function<void()> DefineResample(Arguments& list, Options& options);
 std::function<void()> DefineBlur(Arguments& list, Options& options);
 std::function<void()> DefineDraw(Arguments& list, Options& options);
+std::function<void()> DefineBatch(Arguments& list, Options& options);
+std::function<void()> DefineDemo(Arguments& list, Options& options);
 std::function<void()> DefineGallery(Arguments& list, Options& options);
+std::function<void()> DefineBench(Arguments& list, Options& options);
 std::function<void()> DefineInfo(Arguments& list, Options& options);
 std::function<void()> DefineKernels(Arguments& list, Options& options);
+std::function<void()> DefineCompletion(Arguments& list, Options& options);
 
-inline constexpr std::array<Command, 8> kCommands = {{
-    {"scale", "resize by area averaging, or smoothly (ScaleKTZ)", DefineScale, Command::Common::kAll},
+inline constexpr std::array<Command, 12> kCommands = {{
+    {"scale", "resize by area averaging, or smoothly (ScaleKTZ)", DefineScale, Arguments::Common::kAll},
     {"scale-mask", "the same with transparency, as scale --mask (ScaleImageAndMaskKTZ)", DefineScaleMask,
-     Command::Common::kAll},
-    {"resample", "resize with one of seven kernels (ScalingKTZ)", DefineResample, Command::Common::kAll},
-    {"blur", "box blur (BlurKTZ)", DefineBlur, Command::Common::kAll},
+     Arguments::Common::kAll},
+    {"resample", "resize with one of seven kernels (ScalingKTZ)", DefineResample, Arguments::Common::kAll},
+    {"blur", "box blur (BlurKTZ)", DefineBlur, Arguments::Common::kAll},
     {"draw", "draw a picture onto another at a fractional position (DrawPictureFKTZ)", DefineDraw,
-     Command::Common::kAll},
+     Arguments::Common::kAll},
+    {"batch", "put many files through one method", DefineBatch, Arguments::Common::kNone},
+    {"demo", "put one picture through all five methods", DefineDemo, Arguments::Common::kAll},
     {"gallery", "put photographs through all methods, a folder of pictures each", DefineGallery,
-     Command::Common::kAll},
+     Arguments::Common::kAll},
+    {"bench", "time the methods on one picture", DefineBench, Arguments::Common::kLibrary},
     {"info", "show the library, what it registers and which kernels this processor runs", DefineInfo,
-     Command::Common::kLibrary},
-    {"kernels", "list the kernels of resample", DefineKernels, Command::Common::kNone},
+     Arguments::Common::kLibrary},
+    {"kernels", "list the kernels of resample, or their curves", DefineKernels, Arguments::Common::kLibrary},
+    {"completion", "print the completion of a shell", DefineCompletion, Arguments::Common::kNone, false},
 }};
-
-// The options that every command or most commands share.
-void AddCommonOptions(CLI::App& app, Options& options, Command::Common common);
 
 }  // namespace tool
 

@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <map>
 
-#include "tools/commands/commands.h"
+#include "tools/commands/arguments.h"
 #include "tools/failure.h"
 
 namespace tool {
@@ -47,7 +47,7 @@ void AddRunOptions(CLI::App& app, Options& options) {
       ->type_name("N")
       ->group(kRuntimeGroup);
   app.add_option("--format", options.format, "png or jpeg (default: by the output's name; png on stdout)")
-      ->type_name("NAME")
+      ->type_name("png|jpeg")
       ->group(kOutputGroup);
   app.add_option("--quality", options.quality, "JPEG quality, 1 to 100 (default: 90)")
       ->check(CLI::Range(1, 100).description(""))
@@ -59,9 +59,10 @@ void AddRunOptions(CLI::App& app, Options& options) {
 
 }  // namespace
 
-void AddCommonOptions(CLI::App& app, Options& options, Command::Common common) {
-  if (common != Command::Common::kNone) AddRuntimeOptions(app, options);
-  if (common == Command::Common::kAll) AddRunOptions(app, options);
+void AddCommonOptions(CLI::App& app, Options& options, Arguments::Common common) {
+  if (common == Arguments::Common::kNone) return;
+  AddRuntimeOptions(app, options);
+  if (common == Arguments::Common::kAll) AddRunOptions(app, options);
   app.add_flag("--json", options.json, "report as JSON")->group(kOutputGroup);
 }
 

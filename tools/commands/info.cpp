@@ -4,16 +4,13 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "kernels/levels.h"
 #include "standin/registrations.h"
 #include "tools/commands/commands.h"
+#include "tools/run/level_names.h"
 #include "tools/run/session.h"
 
 namespace tool {
 namespace {
-
-constexpr const char* kLevelNames[pixmorph::kernels::kLevelCount] = {"scalar", "sse2", "sse41", "avx2",
-                                                                     "avx512"};
 
 // The version stamp is a text in the library that nothing exports.
 std::string VersionStamp(const std::string& library) {
@@ -61,7 +58,7 @@ void RunInfo(const Options& options) {
   nlohmann::ordered_json info;
   info["library"] = session.LibraryPath();
   info["versionStamp"] = VersionStamp(session.LibraryPath());
-  info["cpuLevel"] = kLevelNames[static_cast<int>(pixmorph::kernels::BestLevel())];
+  info["cpuLevel"] = CpuLevelName();
   info["mode"] = NameOf(options.mode);
   if (options.hostVersion)
     info["hostVersion"] = *options.hostVersion;

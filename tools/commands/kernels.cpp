@@ -1,8 +1,12 @@
+#include <cmath>
 #include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "tools/commands/commands.h"
+#include "tools/failure.h"
 #include "tools/parsing/kernel_names.h"
+#include "tools/run/curves.h"
 
 namespace tool {
 namespace {
@@ -25,10 +29,45 @@ void PrintJson() {
   std::printf("%s\n", list.dump().c_str());
 }
 
+// Each curve from its left end to its right end.
+void PrintCurvesJson(const std::vector<Curve>& curves) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const Curve& curve : curves) {
+    nlohmann::ordered_json weights = nlohmann::ordered_json::array();
+    for (const double weight : curve.weights) weights.push_back(std::round(weight * 1e4) / 1e4);
+    list.push_back({{"mode", curve.mode},
+                    {"name", KernelRows()[static_cast<std::size_t>(curve.mode - 1)].name},
+                    {"from", -curve.reach},
+                    {"step", 1.0 / kCurveSteps},
+                    {"weights", weights}});
+  }
+  std::printf("%s\n", list.dump().c_str());
+}
+
+void PrintCurves(const std::string& form, const Options& options) {
+  if (form != "svg" && form != "text")
+    throw Failure(Exit::kUsage,
+                  "can't give the curves as \"" + form + "\": take --curves svg or --curves text");
+  const Session session(options);
+  const std::vector<Curve> curves = SampleCurves(session);
+  if (options.json)
+    PrintCurvesJson(curves);
+  else
+    std::printf("%s", (form == "svg" ? CurvesSvg(curves) : CurvesTable(curves)).c_str());
+}
+
+void RunKernels(const std::string& curves, const Options& options) {
+  if (!curves.empty()) return PrintCurves(curves, options);
+  options.json ? PrintJson() : PrintTable();
+}
+
 }  // namespace
 
-std::function<void()> DefineKernels(Arguments&, Options& options) {
-  return [&options] { options.json ? PrintJson() : PrintTable(); };
+std::function<void()> DefineKernels(Arguments& list, Options& options) {
+  auto curves = std::make_shared<std::string>();
+  list.Text("--curves", "svg|text", curves.get(), Arguments::Need::kOptional,
+            "how much pixels weigh by distance, sampled from the library");
+  return [curves, &options] { RunKernels(*curves, options); };
 }
 
 }  // namespace tool

@@ -2,15 +2,15 @@
 
 #include "standin/methods.h"
 #include "tools/commands/commands.h"
+#include "tools/commands/method.h"
 #include "tools/parsing/geometry.h"
 #include "tools/parsing/kernel_names.h"
-#include "tools/run/job.h"
 
 namespace tool {
 namespace {
 
 struct ResampleArguments {
-  std::string input, output, size, kernel;
+  std::string size, kernel;
 };
 
 // Both pictures in the file's and the runtime's form, and the half-way picture between the passes.
@@ -20,38 +20,41 @@ std::uint64_t BytesNeeded(const Size& source, const Size& wanted) {
          4 * std::uint64_t{PixelCountOf(halfWay)};
 }
 
-void RunResample(const ResampleArguments& arguments, const Options& options) {
-  const Geometry geometry = Geometry::Parse(arguments.size);
-  const KernelRow& kernel = ParseKernel(arguments.kernel);
-  const Session session(options);
-  Job job(options, session,
-          {"resample",
-           "ScalingKTZ",
-           arguments.input,
-           arguments.output,
-           {{"size", arguments.size}, {"kernel", kernel.name}, {"mode", kernel.mode}}});
-  const Image source = job.Read(arguments.input);
-  const Size wanted = geometry.For(source.size);
+Image RunResample(int mode, const Size& wanted, Job& job, const Session& session, const Image& source) {
   CheckMemory("resampling to " + ToText(wanted), BytesNeeded(source.size, wanted));
   if (source.hasAlpha) job.Note("the transparency is dropped: scale --mask keeps it");
   const standin::Ref picture = session.MakePicture(source, Session::Alpha::kDropped);
   const standin::Ref result = job.Call(source.size, wanted.height, [&](int interval) {
-    return standin::Scaling(picture, kernel.mode, wanted.width, wanted.height, interval);
+    return standin::Scaling(picture, mode, wanted.width, wanted.height, interval);
   });
-  job.Finish(TakeImage(result, false));
+  return TakeImage(result, false);
+}
+
+Method MakeResample(const ResampleArguments& arguments) {
+  const Geometry geometry = Geometry::Parse(arguments.size);
+  const KernelRow& kernel = ParseKernel(arguments.kernel);
+  return {"resample",
+          "ScalingKTZ",
+          {{"size", arguments.size}, {"kernel", kernel.name}, {"mode", kernel.mode}},
+          [geometry](const Size& source) { return geometry.For(source); },
+          [geometry, mode = kernel.mode](Job& job, const Session& session, const Image& source) {
+            return RunResample(mode, geometry.For(source.size), job, session, source);
+          }};
 }
 
 }  // namespace
 
-std::function<void()> DefineResample(Arguments& list, Options& options) {
+MethodMaker DefineResampleMethod(Arguments& list) {
   auto arguments = std::make_shared<ResampleArguments>();
-  list.Positional("IN", &arguments->input, "a PNG or JPEG file, - for stdin");
-  list.Positional("OUT", &arguments->output, "where to write, - for stdout");
   list.Text("--size", "GEOM", &arguments->size, Arguments::Need::kRequired,
             "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges");
-  list.Text("--kernel", "NAME", &arguments->kernel, Arguments::Need::kRequired,
+  list.Text("--kernel", "KERNEL", &arguments->kernel, Arguments::Need::kRequired,
             "a name or number from \"pixmorph kernels\"");
-  return [arguments, &options] { RunResample(*arguments, options); };
+  return [arguments](const Options&) { return MakeResample(*arguments); };
+}
+
+std::function<void()> DefineResample(Arguments& list, Options& options) {
+  return DefineSingle(list, options, DefineResampleMethod);
 }
 
 }  // namespace tool

@@ -2,15 +2,14 @@
 
 #include "standin/methods.h"
 #include "tools/commands/commands.h"
-#include "tools/failure.h"
+#include "tools/commands/method.h"
 #include "tools/parsing/geometry.h"
-#include "tools/run/job.h"
 
 namespace tool {
 namespace {
 
 struct ScaleArguments {
-  std::string input, output, size;
+  std::string size;
   bool antiAlias = false;
   bool mask = false;
   bool alphaChannel = false;
@@ -28,17 +27,8 @@ std::int64_t YieldPoints(const ScaleArguments& arguments, const Size& source, co
   return std::int64_t{wanted.height} * (smooth ? 4 : 1) * (arguments.mask ? 2 : 1);
 }
 
-void RunScale(const ScaleArguments& arguments, const Options& options) {
-  const Geometry geometry = Geometry::Parse(arguments.size);
-  const Session session(options);
-  Job job(options, session,
-          {arguments.mask ? "scale-mask" : "scale",
-           arguments.mask ? "ScaleImageAndMaskKTZ" : "ScaleKTZ",
-           arguments.input,
-           arguments.output,
-           {{"size", arguments.size}, {"antiAlias", arguments.antiAlias}}});
-  const Image source = job.Read(arguments.input);
-  const Size wanted = geometry.For(source.size);
+Image RunScale(const ScaleArguments& arguments, const Size& wanted, Job& job, const Session& session,
+               const Image& source) {
   CheckMemory("scaling to " + ToText(wanted), BytesNeeded(source, wanted, arguments.mask));
   if (source.hasAlpha && !arguments.mask) job.Note("the transparency is dropped: keep it with --mask");
   const Session::Alpha alpha = !arguments.mask          ? Session::Alpha::kDropped
@@ -50,28 +40,42 @@ void RunScale(const ScaleArguments& arguments, const Options& options) {
       job.Call(source.size, YieldPoints(arguments, source.size, wanted), [&](int interval) {
         return method(picture, wanted.width, wanted.height, arguments.antiAlias, interval);
       });
-  job.Finish(TakeImage(result, arguments.mask));
+  return TakeImage(result, arguments.mask);
 }
 
-std::function<void()> Define(Arguments& list, Options& options, bool alwaysMask) {
+Method MakeScale(const ScaleArguments& arguments) {
+  const Geometry geometry = Geometry::Parse(arguments.size);
+  return {arguments.mask ? "scale-mask" : "scale",
+          arguments.mask ? "ScaleImageAndMaskKTZ" : "ScaleKTZ",
+          {{"size", arguments.size}, {"antiAlias", arguments.antiAlias}},
+          [geometry](const Size& source) { return geometry.For(source); },
+          [geometry, arguments](Job& job, const Session& session, const Image& source) {
+            return RunScale(arguments, geometry.For(source.size), job, session, source);
+          }};
+}
+
+MethodMaker Define(Arguments& list, bool alwaysMask) {
   auto arguments = std::make_shared<ScaleArguments>();
   arguments->mask = alwaysMask;
-  list.Positional("IN", &arguments->input, "a PNG or JPEG file, - for stdin");
-  list.Positional("OUT", &arguments->output, "where to write, - for stdout");
   list.Text("--size", "GEOM", &arguments->size, Arguments::Need::kRequired,
             "800x600, 800x, x600 or 50%; a final > only shrinks, a final < only enlarges");
   list.Flag("--antialias", &arguments->antiAlias, "enlarge smoothly where both sides grow");
   if (!alwaysMask) list.Flag("--mask", &arguments->mask, "scale the transparency too (ScaleImageAndMaskKTZ)");
   list.Flag("--alpha-channel", &arguments->alphaChannel,
             "with a mask: hand the transparency over as the picture's alpha channel, not as its mask");
-  return [arguments, &options] { RunScale(*arguments, options); };
+  return [arguments](const Options&) { return MakeScale(*arguments); };
 }
 
 }  // namespace
 
-std::function<void()> DefineScale(Arguments& list, Options& options) { return Define(list, options, false); }
+MethodMaker DefineScaleMethod(Arguments& list) { return Define(list, false); }
+MethodMaker DefineScaleMaskMethod(Arguments& list) { return Define(list, true); }
+
+std::function<void()> DefineScale(Arguments& list, Options& options) {
+  return DefineSingle(list, options, DefineScaleMethod);
+}
 std::function<void()> DefineScaleMask(Arguments& list, Options& options) {
-  return Define(list, options, true);
+  return DefineSingle(list, options, DefineScaleMaskMethod);
 }
 
 }  // namespace tool

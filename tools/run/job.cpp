@@ -12,12 +12,6 @@
 namespace tool {
 namespace {
 
-FileFormat CheckedFormat(const Request& request, const Options& options) {
-  const FileFormat format = FormatFor(request.output, options.format);
-  CheckOutput(request.output, options.force);
-  return format;
-}
-
 // Thousandths are all that a clock of the system is worth.
 double Rounded(double milliseconds) { return std::round(milliseconds * 1000) / 1000; }
 
@@ -44,12 +38,20 @@ std::string ShownName(const std::string& path, const char* stream) {
 
 }  // namespace
 
-Job::Job(const Options& options, const Session& session, Request request)
-    : options_(options),
-      request_(std::move(request)),
-      format_(CheckedFormat(request_, options_)),
-      startMs_(NowMs()) {
+Job::Job(const Options& options, const Session& session, Request request, OutputLater)
+    : options_(options), request_(std::move(request)), startMs_(NowMs()) {
   RequireMethod(request_.method, session);
+}
+
+Job::Job(const Options& options, const Session& session, Request request)
+    : Job(options, session, std::move(request), OutputLater()) {
+  DirectTo(request_.output);
+}
+
+void Job::DirectTo(const std::string& output) {
+  format_ = FormatFor(output, options_.format);
+  CheckOutput(output, options_.force);
+  request_.output = output;
 }
 
 Image Job::Read(const std::string& path) {

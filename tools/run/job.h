@@ -20,7 +20,7 @@ struct Request {
   std::string command;
   std::string method;  // "ScaleKTZ" and so on
   std::string input;   // the picture that the method is about
-  std::string output;
+  std::string output;  // not used by a job whose output is told later
   Fields parameters;
 };
 
@@ -29,6 +29,13 @@ class Job {
  public:
   // Checks the output before any work, and that the library has the method. The session outlives the job.
   Job(const Options& options, const Session& session, Request request);
+
+  // The same for an output that is known only once the input has been read: call DirectTo before Finish.
+  struct OutputLater {};
+  Job(const Options& options, const Session& session, Request request, OutputLater);
+
+  // Takes the output and checks it.
+  void DirectTo(const std::string& output);
 
   // Reads a file; the time counts as reading.
   Image Read(const std::string& path);
@@ -53,7 +60,7 @@ class Job {
 
   Options options_;
   Request request_;
-  FileFormat format_;
+  FileFormat format_ = FileFormat::kPng;
   double startMs_;
   Size source_;
   Measurement measured_;
