@@ -15,6 +15,9 @@ constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one l
 
 constexpr std::int64_t kStreamedPixels = 2 << 20;  // of a result that no cache would keep anyway
 
+constexpr std::int64_t kFewPixels =
+    4096;  // of a result for which verifying the blocks costs more than it saves
+
 // What the lanes of one vector are multiplied with.
 template <class W>
 struct PairFactors {
@@ -54,6 +57,7 @@ class PairPasses {
   }
 
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
+    if (std::int64_t{row.count} * column.count < kFewPixels) return false;
     const std::int32_t groups = Groups(row);
     auto* const records = static_cast<Record*>(memory);
     auto* const table = reinterpret_cast<PairGroup*>(records + groups);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -46,7 +47,8 @@ const std::vector<Shape> kShapes = {Shape::kTent, Shape::kBox, Shape::kLobes, Sh
 // Lists of one axis: windows of a filter-like shape, or anything that the contract allows.
 class Axis {
  public:
-  Axis(test::Random& random, Shape shape, int count, int length) : entries_(static_cast<std::size_t>(count)) {
+  Axis(test::Random& random, Shape shape, int count, int length, bool whole = false)
+      : entries_(static_cast<std::size_t>(count)) {
     const double scale = static_cast<double>(count) / length;
     const double step = scale < 1 ? scale : 1;
     for (int i = 0; i < count; ++i) {
@@ -58,7 +60,7 @@ class Axis {
         entries_[static_cast<std::size_t>(i)].push_back({static_cast<float>(weight), j});
         sum += weight;
       }
-      AddList(random, shape, i, static_cast<float>(sum));
+      AddList(random, shape, i, static_cast<float>(sum), whole);
     }
   }
   const ContributionList* Lists() const { return lists_.data(); }
@@ -81,10 +83,10 @@ class Axis {
   }
 
   // Sometimes a list that has no memory, no taps, or a sum that no quotient survives.
-  void AddList(test::Random& random, Shape shape, int i, float sum) {
+  void AddList(test::Random& random, Shape shape, int i, float sum, bool whole) {
     std::vector<Contribution>& taps = entries_[static_cast<std::size_t>(i)];
     lists_.push_back({taps.data(), static_cast<int>(taps.size()), sum});
-    if (taps.empty() || random.OneIn(40)) lists_.back() = {nullptr, 0, 0.0f};
+    if (taps.empty() || (!whole && random.OneIn(40))) lists_.back() = {nullptr, 0, 0.0f};
     if (shape == Shape::kWild && random.OneIn(10)) lists_.back().weightSum = 0.0f;
   }
 
@@ -186,6 +188,26 @@ TEST_P(Resample, GivesTheBytesOfThePlainPasses) {
     }
   }
   EXPECT_GT(compared, 200);
+}
+
+// Two taps a sample, and results large enough for the passes that are made for them.
+TEST_P(Resample, EnlargesByTwoTaps) {
+  test::Random random(9);
+  const int sizes[][4] = {{64, 24, 160, 60}, {50, 30, 100, 90}, {31, 33, 93, 99},
+                          {70, 60, 70, 60},  {33, 3, 1000, 7},  {80, 70, 100, 105},
+                          {64, 64, 75, 75},  {5, 41, 120, 41},  {90, 50, 91, 51}};
+  for (const auto& size : sizes) {
+    for (const Shape shape : {Shape::kTent, Shape::kBox}) {
+      const Source source(random, size[0], size[1]);
+      const Axis row(random, shape, size[2], size[0], true), column(random, shape, size[3], size[1], true);
+      const std::vector<std::uint32_t> got = Woven(Kernels(), row, column, source);
+      const std::vector<std::uint32_t> wanted = Plainly(row, column, source);
+      EXPECT_TRUE(wanted == got) << size[0] << "x" << size[1] << " to " << size[2] << "x" << size[3]
+                                 << ", shape " << static_cast<int>(shape) << ", first difference at "
+                                 << std::mismatch(wanted.begin(), wanted.end(), got.begin()).first -
+                                        wanted.begin();
+    }
+  }
 }
 
 // Averages of 0 and 255 in equal parts lie on a boundary, which only exact arithmetic decides.
