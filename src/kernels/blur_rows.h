@@ -57,7 +57,7 @@ struct WideRow {
     WideSums<V> lo = carry, hi = carry;
     lo.Add(V::Add16(p.before.lo, p.groups));
     hi.Add(V::Add16(p.before.hi, p.groups));
-    carry.Add(p.total);
+    carry = {V::LastGroup(V::LastPixel16(hi.even)), V::LastGroup(V::LastPixel16(hi.odd))};
     return V::Pack16(quotient.Of(lo), quotient.Of(hi));
   }
   Quotient quotient;
