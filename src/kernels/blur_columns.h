@@ -35,7 +35,7 @@ PIXMORPH_INLINE void ForEachVector(std::int32_t width, const BlurSourceRows& row
 template <class V>
 PIXMORPH_INLINE void StartSums(const BlurPlan& plan, void* sums) {
   memset(sums, 0, static_cast<std::size_t>(BlurSumBytes(plan)));
-  if (!plan.biased) return;
+  if (!plan.biased || plan.range != BlurRange::kNarrow) return;
   for (std::int64_t at = 0; at < BlurSumBytes(plan); at += V::kBytes)
     V::Set16(1).StoreAligned(static_cast<std::uint8_t*>(sums) + at);
 }

@@ -12,24 +12,24 @@ namespace pixmorph::kernels {
 // How a sum is divided by the box without a division, by the size of the box.
 enum class BlurRange : std::uint8_t {
   kNarrow,  // up to 257: 16-bit sums; (sum + bias) * factor >> 16 + shift
-  kWide,    // up to 26213: 32-bit sums; sum * inverse, truncated
+  kWide,    // up to 26213: 32-bit sums, sum * inverse truncated; from then on 16-bit rests of the divisions
   kHuge,    // beyond: 32-bit sums; sum * factor >> 32 + shift
 };
 
 // What one blur has in common for all its rows. Made by `PlanBlur`.
 struct BlurPlan {
-  std::int32_t width;   // pixels in a row, 1 .. 32767
-  std::int32_t radius;  // 1 .. 1048573
-  std::int32_t box;     // 2 * radius + 1
-  std::int32_t
-      reach;  // pixels to look ahead and back: the radius, or what is as good for a row of this width
+  std::int32_t width;    // pixels in a row, 1 .. 32767
+  std::int32_t radius;   // 1 .. 1048573
+  std::int32_t box;      // 2 * radius + 1
+  std::int32_t reach;    // pixels to look ahead and back: the radius, or what is as good for this width
   std::int32_t padding;  // copies of the edge pixel in front of and behind an intermediate row
   std::uint32_t top;     // top byte of the result's pixels: 0 or 0xFF000000
   BlurRange range;
-  bool biased;     // sums are kept one too large
+  bool biased;     // 16-bit sums or rests are kept one too large for `factor`
   bool streaming;  // results go past the caches
   std::uint32_t factor;
   std::int32_t shift;  // 0 .. 20
+  std::int32_t lift;   // kWide: boxes to add so that no step within a vector of pixels goes below 0
   float inverse;
 };
 

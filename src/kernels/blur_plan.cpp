@@ -14,23 +14,33 @@ std::int32_t RoundUp(std::int32_t pixels) { return (pixels + kPixelsPerVector - 
 // With up = 2^n / box rounded up, sum * up / 2^n exceeds sum / box by sum * error / (box * 2^n), where error
 // = up * box - 2^n. That stays below 1 / box, and so below the next integer, for every sum up to 255 * box
 // when 255 * box * error < 2^n. With down = 2^n / box rounded down, (sum + 1) * down / 2^n falls short of
-// (sum + 1) / box, by no more than 1 / box when (255 * box + 1) * error <= 2^n with error = 2^n - down * box:
+// (sum + 1) / box, by no more than 1 / box when (largest + 1) * error <= 2^n with error = 2^n - down * box:
 // so it lies from sum / box to below (sum + 1) / box, and has the same whole part as sum / box. Only narrow
 // sums with room for one more use that.
-bool SetFactor(BlurPlan* plan, std::int32_t shift) {
-  const bool narrow = plan->range == BlurRange::kNarrow;
-  const std::uint64_t power = 1ull << ((narrow ? 16 : 32) + shift);
-  const std::uint64_t box = static_cast<std::uint64_t>(plan->box);
+struct Factor {
+  std::uint32_t factor;
+  std::int32_t shift;
+  bool biased;
+};
+
+bool FindFactor(std::int32_t boxPixels, std::int32_t bits, std::uint64_t largest, std::int32_t shift,
+                Factor* found) {
+  const std::uint64_t power = 1ull << (bits + shift), box = static_cast<std::uint64_t>(boxPixels);
   const std::uint64_t down = power / box;  // never exact: the box is odd and above 1
-  const std::uint64_t largest = 255 * box;
   const bool fitsUp = largest * ((down + 1) * box - power) < power;
-  const bool hasRoom = narrow && largest + 1 < 65536;
+  const bool hasRoom = bits == 16 && largest + 1 < 65536;
   const bool fitsDown = hasRoom && (largest + 1) * (power - down * box) <= power;
-  if (!fitsUp && !fitsDown) return false;
-  plan->biased = !fitsUp;
-  plan->factor = static_cast<std::uint32_t>(fitsUp ? down + 1 : down);
-  plan->shift = shift;
-  return true;
+  *found = {static_cast<std::uint32_t>(fitsUp ? down + 1 : down), shift, !fitsUp};
+  return fitsUp || fitsDown;
+}
+
+// For sums up to `largest`, with the smallest shift: none saves an instruction. A shift up to the whole part
+// of log2(box) keeps the factor within `bits`. There, one of the two errors is at most box / 2, and 2^n above
+// 2^(bits - 1) * box: enough for 16-bit sums; and 510 * box < 2^32 is for 32-bit ones.
+Factor SmallestFactor(std::int32_t box, std::int32_t bits, std::uint64_t largest) {
+  Factor found{};
+  for (std::int32_t shift = 0; !FindFactor(box, bits, largest, shift, &found);) ++shift;
+  return found;
 }
 
 // The smallest float that is not below 1 / box: 1 / box * (1 + e) with 0 <= e < 2^-23. For the sum k * box, k
@@ -53,6 +63,7 @@ float InverseFromAbove(std::int32_t box) {
 // The largest box whose 255-fold fits 16 bits: 257, which takes no bias.
 constexpr std::int32_t kLargestNarrowBox = 257;
 constexpr std::int32_t kLargestWideBox = 26213;
+constexpr std::int32_t kVectorChange = kPixelsPerVector * 255;
 
 // Results beyond the size of a second-level cache are not read back from there anyway.
 constexpr std::int64_t kStreamedPixels = 256 * 1024;
@@ -62,12 +73,19 @@ void SetQuotient(BlurPlan* plan) {
                 : plan->box <= kLargestWideBox ? BlurRange::kWide
                                                : BlurRange::kHuge;
   plan->inverse = InverseFromAbove(plan->box);
-  if (plan->range == BlurRange::kWide) return;
-  // A shift up to the whole part of log2(box) keeps the factor below 2^16 or 2^32. There, one of the two
-  // errors is at most box / 2, which is small enough for narrow sums; otherwise 510 * box < 2^32 is. No shift
-  // saves an instruction.
-  std::int32_t shift = 0;
-  while (!SetFactor(plan, shift)) ++shift;
+  const std::uint64_t box = static_cast<std::uint64_t>(plan->box);
+  Factor found;
+  if (plan->range == BlurRange::kWide) {
+    // Along a row, what is left over (below box) and what a vector adds or takes away (up to kVectorChange),
+    // lifted by whole boxes to be never negative, stays below 2 * box + 2 * kVectorChange < 2^16.
+    plan->lift = (kVectorChange + plan->box - 1) / plan->box;
+    found = SmallestFactor(plan->box, 16, 2 * box + 2 * kVectorChange);
+  } else {
+    found = SmallestFactor(plan->box, plan->range == BlurRange::kNarrow ? 16 : 32, 255 * box);
+  }
+  plan->factor = found.factor;
+  plan->shift = found.shift;
+  plan->biased = found.biased;
 }
 
 }  // namespace

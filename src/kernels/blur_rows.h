@@ -46,9 +46,43 @@ struct NarrowRow {
   V carry;
 };
 
-template <class V, class Quotient>
+// Averages and what their divisions leave over, both 16 bits. From one vector to the next only the last
+// average and its rest are carried; within a vector the rest and the running sums are divided together.
+template <class V>
 struct WideRow {
   WideRow(const BlurPlan& plan, const std::uint32_t (&start)[4])
+      : quotient(plan),
+        box(V::Set16(static_cast<std::int16_t>(plan.box))),
+        lift(V::Set16(static_cast<std::int16_t>(plan.lift))),
+        lifted(V::Set16(static_cast<std::int16_t>(plan.lift * plan.box))) {
+    std::uint64_t rests = 0, quotients = 0;
+    for (int c = 3; c >= 0; --c) {
+      const std::uint32_t length = static_cast<std::uint32_t>(plan.box);
+      rests = rests << 16 | start[c] % length;
+      quotients = quotients << 16 | start[c] / length;
+    }
+    rest = V::Add16(V::Add16(V::Set64(rests), lifted), V::Set16(plan.biased ? 1 : 0));
+    average = V::Sub16(V::Set64(quotients), lift);
+  }
+  PIXMORPH_INLINE_MEMBER V Next(V in, V out) {
+    const Prefix<V> p = RunningSums(in, out);
+    const V base = V::Add16(rest, p.groups);
+    const V lo = V::Add16(average, quotient.Of(V::Add16(p.before.lo, base)));
+    const V hi = V::Add16(average, quotient.Of(V::Add16(p.before.hi, base)));
+    const V after = V::Add16(rest, p.total), steps = quotient.Of(after);
+    rest = V::Sub16(V::Add16(after, lifted), V::MulLow16(steps, box));
+    average = V::Add16(average, V::Sub16(steps, lift));
+    return V::Pack16(lo, hi);
+  }
+  NarrowQuotient<V, true> quotient;
+  V box, lift, lifted;
+  V rest;     // lifted, and biased as the factor wants it
+  V average;  // less the lift
+};
+
+template <class V>
+struct HugeRow {
+  HugeRow(const BlurPlan& plan, const std::uint32_t (&start)[4])
       : quotient(plan),
         carry{V::Set64(start[0] | static_cast<std::uint64_t>(start[2]) << 32),
               V::Set64(start[1] | static_cast<std::uint64_t>(start[3]) << 32)} {}
@@ -60,7 +94,7 @@ struct WideRow {
     carry = {V::LastGroup(V::LastPixel16(hi.even)), V::LastGroup(V::LastPixel16(hi.odd))};
     return V::Pack16(quotient.Of(lo), quotient.Of(hi));
   }
-  Quotient quotient;
+  HugeQuotient<V> quotient;
   WideSums<V> carry;
 };
 
@@ -74,9 +108,10 @@ PIXMORPH_INLINE void SumsBefore(const BlurPlan& plan, const std::uint8_t* row, s
   const std::int32_t behind = end > plan.width ? end - plan.width : 0;
   const std::int32_t inFront = plan.box - inside - behind;
   const std::uint8_t* last = row + (plan.width - 1) * 4;
+  const int bias = plan.biased && plan.range == BlurRange::kNarrow ? 1 : 0;
   for (int c = 0; c < 3; ++c)
-    sums[c] = static_cast<std::uint32_t>(row[c] * inFront + last[c] * behind + (plan.biased ? 1 : 0));
-  sums[3] = (plan.top >> 24) * static_cast<std::uint32_t>(plan.box) + (plan.biased ? 1 : 0);
+    sums[c] = static_cast<std::uint32_t>(row[c] * inFront + last[c] * behind + bias);
+  sums[3] = (plan.top >> 24) * static_cast<std::uint32_t>(plan.box) + static_cast<std::uint32_t>(bias);
   std::int32_t x = 0;
   V blue = V::Zero(), green = V::Zero(), red = V::Zero();
   for (; x + V::kPixels <= inside; x += V::kPixels) {
@@ -142,9 +177,9 @@ PIXMORPH_INLINE void AverageRowBy(const BlurPlan& plan, std::uint8_t* to, std::u
 template <class V>
 PIXMORPH_INLINE void AverageRow(const BlurPlan& plan, std::uint8_t* to, std::uint8_t* from) {
   if (plan.range == BlurRange::kHuge)
-    AverageRowBy<V, WideRow<V, HugeQuotient<V>>>(plan, to, from);
+    AverageRowBy<V, HugeRow<V>>(plan, to, from);
   else if (plan.range == BlurRange::kWide)
-    AverageRowBy<V, WideRow<V, WideQuotient<V>>>(plan, to, from);
+    AverageRowBy<V, WideRow<V>>(plan, to, from);
   else if (plan.shift)
     AverageRowBy<V, NarrowRow<V, true>>(plan, to, from);
   else

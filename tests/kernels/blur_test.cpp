@@ -176,7 +176,7 @@ TEST(BlurPlan, WideAndHugeQuotientsAreExactAtEveryStep) {
   for (std::int64_t radius = 129; radius <= 1048573; radius += radius < 13200 ? 3 : 9973) {
     const BlurPlan plan = PlanBlur(100, 100, static_cast<std::int32_t>(radius), 0);
     ASSERT_EQ(plan.box <= 26213 ? BlurRange::kWide : BlurRange::kHuge, plan.range);
-    ASSERT_FALSE(plan.biased);
+    ASSERT_FALSE(plan.biased && plan.range == BlurRange::kHuge);
     const auto quotient = [&plan](std::int32_t sum) {
       if (plan.range == BlurRange::kWide) return static_cast<int>(static_cast<float>(sum) * plan.inverse);
       return static_cast<int>(static_cast<std::uint64_t>(sum) * plan.factor >> 32 >> plan.shift);
@@ -184,6 +184,23 @@ TEST(BlurPlan, WideAndHugeQuotientsAreExactAtEveryStep) {
     for (int step = 1; step <= 255; ++step) {
       ASSERT_EQ(step, quotient(step * plan.box)) << "box " << plan.box;
       ASSERT_EQ(step - 1, quotient(step * plan.box - 1)) << "box " << plan.box;
+    }
+  }
+}
+
+// What a vector of a wide blur divides: a rest, lifted, and up to 16 pixels' changes either way.
+TEST(BlurPlan, WideRestsAreDividedExactlyInSixteenBits) {
+  for (int radius = 129; 2 * radius + 1 <= 26213; radius += 7) {
+    const BlurPlan plan = PlanBlur(100, 100, radius, 0);
+    const int change = 16 * 255;
+    ASSERT_GE(plan.lift * plan.box, change);
+    const int most = plan.box - 1 + plan.lift * plan.box + change;
+    ASSERT_LT(most + 1, 65536);
+    ASSERT_LT(plan.factor, 65536u);
+    for (int rest = 0; rest <= most; rest += rest % plan.box == 0 ? plan.box - 1 : 1) {
+      const std::uint32_t kept = static_cast<std::uint32_t>(rest) + (plan.biased ? 1 : 0);
+      ASSERT_EQ(static_cast<std::uint32_t>(rest / plan.box), kept * plan.factor >> 16 >> plan.shift)
+          << rest << "/" << plan.box;
     }
   }
 }
