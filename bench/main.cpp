@@ -19,7 +19,7 @@ struct Options {
   std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
   std::string store = "console";
   int rounds = 7;
-  bool peers = false, gaps = false, memory = false;
+  bool peers = false, gaps = false, memory = false, checksums = false;
 };
 
 struct Contestant {
@@ -158,6 +158,12 @@ void RunMemory(const Options& options, Subject& subject) {
   }
 }
 
+// One line per small workload: whatever computes the methods must print the same.
+void RunChecksums(Subject& subject) {
+  for (const Workload& workload : ChecksumWorkloads())
+    std::printf("%s\t%08x\n", workload.name.c_str(), subject.Checksum(workload));
+}
+
 Options Parse(int argc, char** argv, CLI::App& app) {
   Options o;
   app.add_option("--isa", o.isa, "Force a level: scalar, sse2, sse41, avx2, avx512 (default: the best)");
@@ -169,6 +175,7 @@ Options Parse(int argc, char** argv, CLI::App& app) {
   app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps or all")
       ->check(CLI::IsMember({"size", "radius", "taps", "all"}));
   app.add_flag("--gaps", o.gaps, "Measure the longest gap between two yields instead");
+  app.add_flag("--checksums", o.checksums, "Print checksums of small results instead");
   app.add_flag("--memory", o.memory, "Count the plugin's own memory instead");
   app.add_option("--tsv", o.tsv, "Write the figures to this file too");
   app.add_option("--peer-script", o.script, "The Python side of Pillow and OpenCV");
@@ -184,6 +191,7 @@ int main(int argc, char** argv) {
     const Options options = Parse(argc, argv, app);
     const int core = PinToOneCore();
     Subject subject(options.isa, options.store);
+    if (options.checksums) return RunChecksums(subject), 0;
     std::printf("# %s, core %d, level %s, store %s, medians of %d interleaved rounds\n",
                 ProcessorName().c_str(), core, subject.Level().c_str(), options.store.c_str(),
                 options.rounds);

@@ -35,6 +35,16 @@ void FillPhotographLike(std::uint32_t* pixels, int width, int height, std::uint3
     }
 }
 
+std::uint32_t ColourChecksum(const std::uint32_t* pixels, std::size_t count) {
+  std::uint32_t crc = 0xFFFFFFFFu;
+  for (std::size_t i = 0; i < count; ++i)
+    for (int shift = 0; shift < 24; shift += 8) {
+      crc ^= pixels[i] >> shift & 255u;
+      for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320u : 0);
+    }
+  return ~crc;
+}
+
 Summary Summarize(std::vector<double> samples) {
   if (samples.empty()) return {};
   std::sort(samples.begin(), samples.end());

@@ -14,6 +14,9 @@ namespace bench {
 // Gradients with a little noise in every channel: neither flat nor random. Top bytes are 0.
 void FillPhotographLike(std::uint32_t* pixels, int width, int height, std::uint32_t seed);
 
+// CRC-32 of the colours of `count` pixels; the top bytes don't count.
+std::uint32_t ColourChecksum(const std::uint32_t* pixels, std::size_t count);
+
 // 32-bit BGRx pixels, rows contiguous, every page touched.
 struct Bitmap {
   int width = 0, height = 0;

@@ -88,6 +88,21 @@ TimedRun Subject::Prepare(const Workload& workload, int interval) {
   };
 }
 
+std::uint32_t Subject::Checksum(const Workload& w) {
+  const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1);
+  standin::Ref result;
+  if (w.method == Method::kDraw || w.method == Method::kDrawMasked) {
+    if (w.method == Method::kDrawMasked)
+      standin::SetMask(source, Filled(w.sourceWidth, w.sourceHeight, false, 3));
+    result = Filled(w.width, w.height, alpha_, 2);
+    standin::DrawPictureF(result, source, kDrawX, kDrawY, kDrawOpacity);
+  } else {
+    result = Call(w, source, 0);
+  }
+  const std::vector<std::uint32_t> pixels = standin::GetPixels(result);
+  return ColourChecksum(pixels.data(), pixels.size());
+}
+
 double Subject::LongestGap(const Workload& workload) {
   GapWatch watch;
   standin::CurrentConfig().onYield = [&watch] { watch.Mark(); };

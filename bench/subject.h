@@ -18,6 +18,8 @@ class Subject {
   // The result picture is made and dropped within the timed run, as an application would.
   // `interval` is the method's yield argument.
   TimedRun Prepare(const Workload& workload, int interval = 0);
+  // Checksum of the result's colours.
+  std::uint32_t Checksum(const Workload& workload);
   // The longest time without a yield, from the call to its end, with an interval of 10 milliseconds. [ms]
   double LongestGap(const Workload& workload);
   // The most memory that the plugin itself held at once, pictures left out; -1 where it can't be counted.

@@ -1,6 +1,7 @@
 #include "bench/workload.h"
 
 #include <cmath>
+#include <utility>
 
 namespace bench {
 
@@ -95,6 +96,32 @@ std::vector<Workload> StandardWorkloads() {
   rows.push_back(Blur("blur r=100", 100, 4000, 3000, 3.00, 2.17));
   rows.push_back(Draw("draw at a fraction", Method::kDraw, 0.27, 0.15));
   rows.push_back(Draw("draw with mask", Method::kDrawMasked, 0.67, 0.32));
+  return rows;
+}
+
+std::vector<Workload> ChecksumWorkloads() {
+  std::vector<Workload> rows = {
+      Scale("average whole", 320, 240, 80, 60, false, 0, 0),
+      Scale("average odd", 331, 247, 97, 53, false, 0, 0),
+      Scale("average thousands", 4096, 40, 3, 7, false, 0, 0),
+      Scale("repeat", 53, 41, 331, 247, false, 0, 0),
+      Scale("smooth twice", 111, 83, 222, 166, true, 0, 0),
+      Scale("smooth odd", 111, 83, 317, 251, true, 0, 0),
+  };
+  for (int mode = 1; mode <= 7; ++mode)
+    for (const auto& size : {std::pair{80, 60}, std::pair{333, 250}, std::pair{101, 250}}) {
+      Workload row = Scaling(mode, 211, 157, size.first, size.second, kReduce[0]);
+      row.name = std::string(kKernelNames[mode]) + " to " + std::to_string(size.first) + "x" +
+                 std::to_string(size.second);
+      rows.push_back(row);
+    }
+  for (int radius : {1, 2, 10, 128, 129, 300})
+    rows.push_back(Blur("blur " + std::to_string(radius), radius, 211, 157, 0, 0));
+  for (Workload row :
+       {Draw("draw", Method::kDraw, 0, 0), Draw("draw with mask", Method::kDrawMasked, 0, 0)}) {
+    row.sourceWidth = 111, row.sourceHeight = 83, row.width = 211, row.height = 157;
+    rows.push_back(row);
+  }
   return rows;
 }
 

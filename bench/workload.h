@@ -26,6 +26,9 @@ constexpr double kDrawX = 10.5, kDrawY = 20.25, kDrawOpacity = 0.7;
 // The standing table of workloads.
 std::vector<Workload> StandardWorkloads();
 
+// Small workloads over every method whose results have committed checksums.
+std::vector<Workload> ChecksumWorkloads();
+
 // One series of workloads whose cost is plotted against one variable.
 struct SweepPoint {
   double variable;

@@ -15,3 +15,6 @@ add_test(NAME check.readme COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/sc
 # The kernels once more as 64-bit programs: native where the 32-bit ones run in an emulator, AVX-512 included.
 add_test(NAME kernels.native64 COMMAND ${PROJECT_SOURCE_DIR}/scripts/run_kernels64.sh)
 set_tests_properties(kernels.native64 PROPERTIES TIMEOUT 1200)
+
+add_test(NAME checksums COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/tests/checksums/check.py
+  $<TARGET_FILE:pixmorph_bench>)

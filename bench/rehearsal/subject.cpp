@@ -52,6 +52,12 @@ rehearsal::Picture* Call(const Workload& w, rehearsal::Picture* source, int inte
   }
 }
 
+void GiveMask(const Workload& w, const PicturePtr& source, std::int32_t type) {
+  const PicturePtr mask = Filled(w.sourceWidth, w.sourceHeight, type, 3);
+  rehearsal::Retain(mask.get());
+  source->mask = mask.get();
+}
+
 }  // namespace
 
 Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
@@ -82,11 +88,7 @@ TimedRun Subject::Prepare(const Workload& workload, int interval) {
   // Pixel memory of 3 bytes can't be drawn into.
   const std::int32_t type =
       rehearsal::gNewPictureType == pixmorph::kPixelRGB24 ? pixmorph::kPixelCairoRGB32 : SourceType(alpha_);
-  if (w.method == Method::kDrawMasked) {
-    const PicturePtr mask = Filled(w.sourceWidth, w.sourceHeight, type, 3);
-    rehearsal::Retain(mask.get());
-    source->mask = mask.get();
-  }
+  if (w.method == Method::kDrawMasked) GiveMask(w, source, type);
   const PicturePtr destination = Filled(w.width, w.height, type, 2);
   return [w, source, destination, interval] {
     return TimeOf([&] {
@@ -94,6 +96,21 @@ TimedRun Subject::Prepare(const Workload& workload, int interval) {
         throw std::runtime_error("the method returned false for " + w.name);
     });
   };
+}
+
+std::uint32_t Subject::Checksum(const Workload& w) {
+  const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1);
+  PicturePtr result;
+  if (w.method == Method::kDraw || w.method == Method::kDrawMasked) {
+    if (w.method == Method::kDrawMasked) GiveMask(w, source, SourceType(alpha_));
+    result = Filled(w.width, w.height, SourceType(alpha_), 2);
+    pixmorph::DrawPictureF(result.get(), source.get(), kDrawX, kDrawY, kDrawOpacity, 0);
+  } else {
+    result = Own(Call(w, source.get(), 0));
+  }
+  const auto* pixels = reinterpret_cast<const std::uint32_t*>(result->pixels);
+  return ColourChecksum(pixels,
+                        static_cast<std::size_t>(result->width) * static_cast<std::size_t>(result->height));
 }
 
 double Subject::LongestGap(const Workload& workload) {
