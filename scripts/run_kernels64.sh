@@ -5,5 +5,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/rehearsal64
 cmake --preset rehearsal64 >/dev/null
-cmake --build "$build" --target test_kernels >/dev/null
-exec "$build/test_kernels" --gtest_brief=1
+cmake --build "$build" --target test_kernels pixmorph_bench >/dev/null
+"$build/test_kernels" --gtest_brief=1
+python3 tests/checksums/check.py "$build/pixmorph_bench"
