@@ -4,6 +4,9 @@ set(PIXMORPH_BASE_FLAGS -march=pentium4 -mtune=generic)
 if(PIXMORPH_REHEARSAL64)
   # Leaves the compiler the registers that 32-bit code has, so that figures resemble those of the real thing.
   set(PIXMORPH_BASE_FLAGS -march=x86-64 -mtune=generic)
+endif()
+# clang has no such option; its builds check results, not speed.
+if(PIXMORPH_REHEARSAL64 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   foreach(number RANGE 8 15)
     list(APPEND PIXMORPH_BASE_FLAGS -ffixed-xmm${number})
   endforeach()
@@ -23,7 +26,7 @@ set(PIXMORPH_ISA_sse41 "-msse4.1")
 set(PIXMORPH_ISA_avx2 "-mavx2 -mfma")
 set(PIXMORPH_ISA_avx512 "-mavx2 -mfma -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi -mavx512vnni")
 
-if(PIXMORPH_REHEARSAL64)
+if(PIXMORPH_REHEARSAL64 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   foreach(number RANGE 16 31)
     string(APPEND PIXMORPH_ISA_avx512 " -ffixed-xmm${number}")
   endforeach()
