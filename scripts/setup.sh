@@ -91,7 +91,7 @@ register_emulator() {
   local magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00'
   local mask='\xff\xff\xff\xff\xff\xfe\xfe\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
   # shellcheck disable=SC2016
-  as_root sh -c 'printf "%s" "$1" > "$2"' sh ":pixmorph-i386:M::$magic:$mask:/usr/bin/qemu-i386:PF" $registry/register ||
+  [ -e $registry/pixmorph-i386 ] || as_root sh -c 'printf "%s" "$1" > "$2"' sh ":pixmorph-i386:M::$magic:$mask:/usr/bin/qemu-i386:PF" $registry/register ||
     die "the kernel did not take the emulator for 32-bit programs"
   say "32-bit programs run under qemu-i386 on this machine"
 }
