@@ -28,5 +28,5 @@ if(PIXMORPH_KERNEL_TESTS)
     ${PROJECT_SOURCE_DIR}/bench/rehearsal/editor.cpp ${PROJECT_SOURCE_DIR}/bench/rehearsal/services.cpp
     ${PROJECT_SOURCE_DIR}/tests/support/fence.cpp ${PROJECT_SOURCE_DIR}/tests/support/random.cpp)
   target_link_libraries(test_kernels PRIVATE pixmorph_developer_flags gtest gtest_main m)
-  gtest_discover_tests(test_kernels TEST_PREFIX kernels64. DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 600)
+  gtest_discover_tests(test_kernels TEST_PREFIX kernels64. DISCOVERY_TIMEOUT 300 PROPERTIES TIMEOUT 600)
 endif()
