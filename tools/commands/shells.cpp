@@ -71,12 +71,14 @@ std::string BashValueArm(const CommandDescription& command, const OptionDescript
   return "    " + Joined(patterns, " | ") + ") " + action + " ;;\n";
 }
 
-std::string BashWords(const CommandDescription& command) {
-  std::vector<std::string> words;
-  for (const CommandDescription& below : command.commands) words.push_back(LastWord(below.path));
+std::string BashArm(const CommandDescription& command) {
+  std::vector<std::string> names;
+  for (const CommandDescription& below : command.commands) names.push_back(LastWord(below.path));
+  std::vector<std::string> options;
   for (const OptionDescription& option : command.options)
-    words.insert(words.end(), option.names.begin(), option.names.end());
-  return Joined(words, " ");
+    options.insert(options.end(), option.names.begin(), option.names.end());
+  return "    " + Quoted(command.path) + ") options=" + Quoted(Joined(options, " ")) +
+         " names=" + Quoted(Joined(names, " ")) + " ;;\n";
 }
 
 // The brackets, colons and backslashes of a text that stands inside a zsh option's description.
@@ -135,13 +137,12 @@ std::string FishOption(const std::string& at, const OptionDescription& option) {
 
 std::string BashCompletion(const CommandDescription& whole) {
   std::string values;
-  std::string words;
+  std::string arms;
   for (const CommandDescription* command : Flattened(whole)) {
     for (const OptionDescription& option : command->options) {
       if (!option.type.empty()) values += BashValueArm(*command, option);
     }
-    words += "    " + Quoted(command->path) + ") words=" + Quoted(BashWords(*command)) + " ;;\n";
-    if (!command->commands.empty()) words.insert(words.rfind(" ;;"), "; [[ $cur == -* ]] || names=yes");
+    arms += BashArm(*command);
   }
   return "# Completion of pixmorph for bash.\n"
          "_pixmorph_files() {\n"
@@ -149,7 +150,7 @@ std::string BashCompletion(const CommandDescription& whole) {
          "  mapfile -t COMPREPLY < <(compgen -f -- \"$cur\")\n"
          "}\n"
          "_pixmorph() {\n"
-         "  local cur=${COMP_WORDS[COMP_CWORD]} command='' words='' names='' i\n"
+         "  local cur=${COMP_WORDS[COMP_CWORD]} command='' options='' names='' i\n"
          "  COMPREPLY=()\n"
          "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
          "    case \"$command ${COMP_WORDS[i]}\" in\n" +
@@ -160,10 +161,12 @@ std::string BashCompletion(const CommandDescription& whole) {
          values +
          "  esac\n"
          "  case \"$command\" in\n" +
-         words +
+         arms +
          "  esac\n"
-         "  if [[ $cur == -* || -n $names ]]; then\n"
-         "    COMPREPLY=($(compgen -W \"$words\" -- \"$cur\"))\n"
+         "  if [[ $cur == -* ]]; then\n"
+         "    COMPREPLY=($(compgen -W \"$options\" -- \"$cur\"))\n"
+         "  elif [[ -n $names ]]; then\n"
+         "    COMPREPLY=($(compgen -W \"$names\" -- \"$cur\"))\n"
          "  else\n"
          "    _pixmorph_files\n"
          "  fi\n"

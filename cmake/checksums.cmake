@@ -1,0 +1,11 @@
+# Run while installing: the checksums of everything installed so far, in the form that "sha256sum -c" reads.
+set(root "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
+file(GLOB_RECURSE files RELATIVE "${root}" "${root}/*")
+list(REMOVE_ITEM files SHA256SUMS)
+list(SORT files)
+set(lines "")
+foreach(file IN LISTS files)
+  file(SHA256 "${root}/${file}" sum)
+  string(APPEND lines "${sum}  ${file}\n")
+endforeach()
+file(WRITE "${root}/SHA256SUMS" "${lines}")

@@ -1,0 +1,10 @@
+# Read by cpack before each package: which parts go into it, and where.
+if(CPACK_GENERATOR STREQUAL "TGZ")
+  set(CPACK_COMPONENTS_ALL dropin)
+  set(CPACK_PACKAGING_INSTALL_PREFIX "/")
+  set(CPACK_ARCHIVE_FILE_EXTENSION .tgz)
+else()
+  list(REMOVE_ITEM CPACK_COMPONENTS_ALL dropin)
+  set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
+  set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+endif()
