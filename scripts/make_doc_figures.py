@@ -54,8 +54,32 @@ def costs():
     for head, what in (("12 megapixels to 1/4", "reduce"), ("0.75 megapixels to 2.5×", "enlarge")):
         cells = [times.get(f"{what} {name.replace(' ', '').lower()}") for name in KERNELS]
         if all(cells):
-            columns.append([f"{head}, ms"] + [number(float(cell["ms"]), 1) for cell in cells])
+            columns.append([f"{head}, × memcpy"] + [number(float(cell["ratio"]), 1) for cell in cells])
     return columns
+
+
+def stars(value, limits):
+    """Five for a value up to the first limit, one less for each limit that it passes."""
+    passed = sum(value > limit for limit in limits)
+    return "★" * (5 - passed) + "☆" * passed
+
+
+def ratings(measured):
+    """Stars by thresholds on the measured figures; speed by the reduction's cost against the cheapest kernel's."""
+    heads = ["name", "keeps detail", "no halos", "no pixel grid"]
+    times = benchmark("table")
+    costs_by_name = [times.get(f"reduce {name.replace(' ', '').lower()}") for name in KERNELS]
+    timed = all(costs_by_name)
+    rows = []
+    for mode, name in enumerate(KERNELS, 1):
+        figure = measured["kernels"][str(mode)]
+        row = [name, stars(-figure["quarter"], (0.3, 1.0, 1.6, 3.0)),
+               stars(figure["overshootEnlarged"], (0.5, 5, 10, 12)), stars(figure["beyond"], (-45, -40, -35, -20))]
+        if timed:
+            ratios = [float(cell["ratio"]) for cell in costs_by_name]
+            row.append(stars(ratios[mode - 1] / min(ratios), (1.3, 2.5, 4, 7)))
+        rows.append(row)
+    return table(heads + (["speed"] if timed else []), rows)
 
 
 def kernels(measured):
@@ -82,7 +106,7 @@ def gaps(_):
     return "Measured with an interval of −10:\n\n" + table(["call", "longest gap, ms"], cells)
 
 
-FIGURES = {"shifts": shifts, "kernels": kernels, "gaps": gaps}
+FIGURES = {"shifts": shifts, "kernels": kernels, "gaps": gaps, "ratings": ratings}
 
 
 def filled(text, measured):
