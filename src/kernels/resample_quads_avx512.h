@@ -93,9 +93,15 @@ class PlainSum {
   __m256d sum_;
 };
 
+// By halves: a 64-bit count of zeros would be a call into a newer libgcc_s than old systems have. `bits` isn't 0.
+PIXMORPH_INLINE std::int32_t LowestBit(std::uint64_t bits) {
+  const auto low = static_cast<std::uint32_t>(bits);
+  return low ? __builtin_ctz(low) : 32 + __builtin_ctz(static_cast<std::uint32_t>(bits >> 32));
+}
+
 // The number of the lowest group of four bits that has one, which is then cleared.
 PIXMORPH_INLINE std::int32_t TakeFirst(std::uint64_t& bits) {
-  const std::int32_t group = __builtin_ctzll(bits) / 4;
+  const std::int32_t group = LowestBit(bits) / 4;
   bits &= ~(std::uint64_t{0xF} << (4 * group));
   return group;
 }
