@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +16,8 @@ class Child {
  public:
   Child(const std::string& module, const std::string& script) {
     int toChild[2], fromChild[2];
-    if (pipe(toChild) != 0 || pipe(fromChild) != 0) return;
+    // Closed on exec: a later child that kept our end open would keep this one waiting for more.
+    if (pipe2(toChild, O_CLOEXEC) != 0 || pipe2(fromChild, O_CLOEXEC) != 0) return;
     if (fork() == 0) {
       dup2(toChild[0], 0);
       dup2(fromChild[1], 1);
