@@ -18,7 +18,8 @@ struct Words256 {
   PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.r);
   }
-  // Past the caches; aligned.
+  // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
+  PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
   PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* p, Self a) {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(p), a.r);
   }

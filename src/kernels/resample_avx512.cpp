@@ -16,7 +16,8 @@ struct Words512 {
   PIXMORPH_OP LoadBytes(const void* p) { return {_mm512_loadu_si512(p)}; }
   PIXMORPH_OP Load(const std::int16_t* p) { return LoadBytes(p); }
   PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) { _mm512_storeu_si512(p, a.r); }
-  // Past the caches; aligned.
+  // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
+  PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
   PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* p, Self a) {
     _mm512_stream_si512(reinterpret_cast<__m512i*>(p), a.r);
   }

@@ -185,6 +185,8 @@ class PairPasses {
       W::StoreBytes(out, at(0));
       for (x = kPixels - static_cast<std::int32_t>(past / 4); x + kPixels <= width; x += kPixels)
         W::Stream(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
+      // What follows may be a yield, after which others look at the row.
+      W::EndStreaming();
     } else {
       for (; x + kPixels <= width; x += kPixels)
         W::StoreBytes(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));

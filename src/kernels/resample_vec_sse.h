@@ -22,7 +22,8 @@ struct Words128 {
   PIXMORPH_INLINE_MEMBER static void StoreBytes(std::uint8_t* p, Self a) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.r);
   }
-  // Past the caches; aligned.
+  // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
+  PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
   PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* p, Self a) {
     _mm_stream_si128(reinterpret_cast<__m128i*>(p), a.r);
   }
