@@ -41,11 +41,12 @@ bool PackFloats(const AxisWeights& axis, void* memory, FloatAxis& packed) {
     const double error = 255.0 * size * (block.count + 6.0) / 16777216.0;
     if (error > worst) worst = error;
   }
-  // Half a step lifts ties, which are frequent in exact blocks, over the boundary and brings nothing else
-  // near it.
+  // Half a step takes ties that a rule decides, which are frequent, to the right side of the boundary and
+  // brings nothing else near it.
   for (std::int32_t b = 0; b < axis.blockCount; ++b) {
-    const double step = ExactStep(axis, axis.blocks[b]);
-    if (step / 2.0 > worst + kMargin && step >= 1.0 / 512.0) blocks[b].start = static_cast<float>(step / 2.0);
+    const TieRule ties = TiesOf(axis, axis.blocks[b]);
+    if (ties.step / 2.0 - ties.spread <= worst + kMargin || ties.step < 1.0 / 512.0) continue;
+    blocks[b].start = static_cast<float>(ties.up ? ties.step / 2.0 : -ties.step / 2.0);
   }
   packed = {axis, blocks, weights, static_cast<float>(0.5 - worst - kMargin / 2.0)};
   return worst < 0.125;

@@ -102,26 +102,32 @@ class Packer {
     return false;
   }
 
+  // With `middle` in it, a sum is off by less than `error_`; each bias moves that to one side of the truth.
   void ChooseBiases() {
     for (std::int32_t b = 0; b < axis_.blockCount; ++b) {
       const WeightBlock& block = axis_.blocks[b];
       const std::int32_t rounding = 1 << (fractionBits_ - 1);
-      // Exact lists keep clear of the threshold on the upper side, so that ties, which are frequent in them,
-      // need no second look.
-      if (IsExact(block))
+      if (RoundedUp(block))
         biases_[b] = rounding + 2 * error_;
       else
-        biases_[b] = rounding + Nearest(FitOf(axis_, block, unit_).middle) + error_;
+        biases_[b] = rounding + Nearest(FitOf(axis_, block, unit_).middle) + error_ * ErrorsAbove(block);
     }
   }
 
-  bool IsExact(const WeightBlock& block) const {
-    const double averageError = IsAverage(axis_, block) ? kChannelMax * block.count : 0.0;
-    return averageError + 2.0 * error_ < ExactStep(axis_, block) * unit_;
+  // Usually sums lie above the truth by 0 to 2 errors. Where ties are decided by a rule and are frequent,
+  // they are kept clear of the threshold, 2 errors, on either side, so that they need no second look; what
+  // comes next to a tie must not get there instead.
+  std::int32_t ErrorsAbove(const WeightBlock& block) const {
+    const TieRule ties = TiesOf(axis_, block);
+    if ((ties.step - ties.spread) * unit_ <= 4.0 * error_) return 1;
+    return ties.up ? 3 : -1;
   }
 
   // The weights of an average are rounded up: its sums are too large, by less than one unit a tap and level.
-  bool RoundedUp(const WeightBlock& block) const { return IsAverage(axis_, block) && IsExact(block); }
+  bool RoundedUp(const WeightBlock& block) const {
+    return IsAverage(axis_, block) &&
+           kChannelMax * block.count + 2.0 * error_ < TiesOf(axis_, block).step * unit_;
+  }
 
   std::int32_t Integer(const WeightBlock& block, std::int32_t tap) const {
     return Nearest(Scaled(axis_, block, tap, unit_));

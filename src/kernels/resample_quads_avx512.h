@@ -12,7 +12,8 @@ namespace pixmorph::kernels {
 namespace {
 
 constexpr std::int32_t kSlotPixels = 16;     // slots are padded to a multiple of this many pixels
-constexpr int kUsualBits = 22;               // of the fraction: all but unusual weights allow as many
+constexpr int kUsualBits = 22;               // of the fraction: most weights allow as many
+constexpr int kLongListBits = 21;            // what is left where weights of both signs add up to more
 constexpr std::int32_t kStretchQuads = 256;  // 16 KiB of woven source pixels
 constexpr __mmask16 kColours = 0x7777;       // of four pixels with four words each; the top byte is nobody's
 using Bytes16 = __m128i;
@@ -93,7 +94,8 @@ class PlainSum {
   __m256d sum_;
 };
 
-// By halves: a 64-bit count of zeros would be a call into a newer libgcc_s than old systems have. `bits` isn't 0.
+// By halves: a 64-bit count of zeros would be a call into a newer libgcc_s than old systems have. `bits`
+// isn't 0.
 PIXMORPH_INLINE std::int32_t LowestBit(std::uint64_t bits) {
   const auto low = static_cast<std::uint32_t>(bits);
   return low ? __builtin_ctz(low) : 32 + __builtin_ctz(static_cast<std::uint32_t>(bits >> 32));
@@ -200,7 +202,7 @@ class NextRows {
 };
 
 // kQuads 0: as many as the axis says.
-template <std::int32_t kQuads, int kBits = kUsualBits>
+template <std::int32_t kQuads, int kBits>
 void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                 std::uint8_t* slot) {
   const QuadAxis& axis = plan.rowQuads;
@@ -235,30 +237,42 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
   }
 }
 
-void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
-               std::uint8_t* slot) {
-  if (plan.rowQuads.fractionBits != kUsualBits) return SumColumns<0, 0>(plan, rows, scratch, slot);
+template <int kBits>
+void AlongRowsOf(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
+                 std::uint8_t* slot) {
   switch (plan.rowQuads.widest) {
     case 1:
-      return SumColumns<1>(plan, rows, scratch, slot);
+      return SumColumns<1, kBits>(plan, rows, scratch, slot);
     case 2:
-      return SumColumns<2>(plan, rows, scratch, slot);
+      return SumColumns<2, kBits>(plan, rows, scratch, slot);
     case 3:
-      return SumColumns<3>(plan, rows, scratch, slot);
+      return SumColumns<3, kBits>(plan, rows, scratch, slot);
     case 4:
-      return SumColumns<4>(plan, rows, scratch, slot);
+      return SumColumns<4, kBits>(plan, rows, scratch, slot);
     case 5:
-      return SumColumns<5>(plan, rows, scratch, slot);
+      return SumColumns<5, kBits>(plan, rows, scratch, slot);
     case 6:
-      return SumColumns<6>(plan, rows, scratch, slot);
+      return SumColumns<6, kBits>(plan, rows, scratch, slot);
     case 7:
-      return SumColumns<7>(plan, rows, scratch, slot);
+      return SumColumns<7, kBits>(plan, rows, scratch, slot);
     default:
-      return SumColumns<0>(plan, rows, scratch, slot);
+      return SumColumns<0, kBits>(plan, rows, scratch, slot);
   }
 }
 
-template <std::int32_t kQuads, int kBits = kUsualBits>
+void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
+               std::uint8_t* slot) {
+  switch (plan.rowQuads.fractionBits) {
+    case kUsualBits:
+      return AlongRowsOf<kUsualBits>(plan, rows, scratch, slot);
+    case kLongListBits:
+      return AlongRowsOf<kLongListBits>(plan, rows, scratch, slot);
+    default:
+      return SumColumns<0, 0>(plan, rows, scratch, slot);
+  }
+}
+
+template <std::int32_t kQuads, int kBits>
 void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                std::uint32_t top) {
   const QuadAxis& axis = plan.columnQuads;
@@ -294,20 +308,32 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
   }
 }
 
-void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
-                  std::uint32_t top) {
-  if (plan.columnQuads.fractionBits != kUsualBits) return SumPixels<0, 0>(plan, r, slots, out, top);
+template <int kBits>
+void AlongColumnsOf(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
+                    std::uint32_t top) {
   switch (plan.columnQuads.lists[r].quads) {
     case 1:
-      return SumPixels<1>(plan, r, slots, out, top);
+      return SumPixels<1, kBits>(plan, r, slots, out, top);
     case 2:
-      return SumPixels<2>(plan, r, slots, out, top);
+      return SumPixels<2, kBits>(plan, r, slots, out, top);
     case 3:
-      return SumPixels<3>(plan, r, slots, out, top);
+      return SumPixels<3, kBits>(plan, r, slots, out, top);
     case 4:
-      return SumPixels<4>(plan, r, slots, out, top);
+      return SumPixels<4, kBits>(plan, r, slots, out, top);
     default:
-      return SumPixels<0>(plan, r, slots, out, top);
+      return SumPixels<0, kBits>(plan, r, slots, out, top);
+  }
+}
+
+void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
+                  std::uint32_t top) {
+  switch (plan.columnQuads.fractionBits) {
+    case kUsualBits:
+      return AlongColumnsOf<kUsualBits>(plan, r, slots, out, top);
+    case kLongListBits:
+      return AlongColumnsOf<kLongListBits>(plan, r, slots, out, top);
+    default:
+      return SumPixels<0, 0>(plan, r, slots, out, top);
   }
 }
 

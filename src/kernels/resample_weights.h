@@ -40,9 +40,17 @@ std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count);
 AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std::int32_t sourceLength,
                           void* memory);
 
-// Says of a block that the plain evaluation decides it exactly: every channel value plus 1/2 is a multiple of
-// the result, and an exact half is rounded up. 0 when that can't be said. [pure]
-double ExactStep(const AxisWeights& axis, const WeightBlock& block);
+// How the plain evaluation decides ties of a block. Every channel value plus 1/2 lies on a multiple of
+// `step`, or beside it by `spread` at most: above it where `up`, and then values beside a whole number round
+// up to it; otherwise below it, and they round down. Values below 1/2 don't count: they give 0.
+struct TieRule {
+  double step;  // 0: nothing is known
+  double spread;
+  bool up;
+};
+
+// Looks for the rule of one of the axis's blocks. [pure]
+TieRule TiesOf(const AxisWeights& axis, const WeightBlock& block);
 
 // True for the average of `count` samples: weights of 1 and their number as the sum. [pure]
 bool IsAverage(const AxisWeights& axis, const WeightBlock& block);
