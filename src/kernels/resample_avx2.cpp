@@ -30,6 +30,8 @@ struct Words256 {
   PIXMORPH_OP MultiplyLow(Self a, Self b) { return {_mm256_mullo_epi16(a.r, b.r)}; }
   PIXMORPH_OP MultiplyHigh(Self a, Self b) { return {_mm256_mulhi_epi16(a.r, b.r)}; }
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm256_xor_si256(a.r, b.r)}; }
+  // Bytes: the average of two, halves rounded up.
+  PIXMORPH_OP AverageBytes(Self a, Self b) { return {_mm256_avg_epu8(a.r, b.r)}; }
   // -1 for negative lanes, else 0.
   PIXMORPH_OP Signs(Self a) { return {_mm256_srai_epi16(a.r, 15)}; }
   // Of each 16 bytes the first or the last eight as lanes, and back.
@@ -43,10 +45,20 @@ struct Words256 {
   }
 
   // Pixels at columns counted from `from`, below `rest` and kReach.
-  static constexpr std::int32_t kReach = INT32_MAX;
-  PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t, const std::int32_t* columns) {
+  static constexpr std::int32_t kReach = 16;
+  PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t rest, const std::int32_t* columns) {
     const __m256i places = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns));
-    return {_mm256_i32gather_epi32(reinterpret_cast<const int*>(from), places, 4)};
+    const __m256i low = rest >= 8 ? LoadBytes(from).r : LoadSome(from, rest);
+    const __m256i high = rest >= 16 ? LoadBytes(from + 32).r : LoadSome(from + 32, rest - 8);
+    const __m256i beyond = _mm256_cmpgt_epi32(places, _mm256_set1_epi32(7));
+    return {_mm256_blendv_epi8(_mm256_permutevar8x32_epi32(low, places),
+                               _mm256_permutevar8x32_epi32(high, places), beyond)};
+  }
+  // `count` pixels, at most 8, none where it is below 1; the others are 0.
+  PIXMORPH_INLINE_MEMBER static __m256i LoadSome(const std::uint8_t* from, std::int32_t count) {
+    const __m256i inside =
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    return _mm256_maskload_epi32(reinterpret_cast<const int*>(from), inside);
   }
 #undef PIXMORPH_OP
 };

@@ -28,6 +28,8 @@ struct Words512 {
   PIXMORPH_OP MultiplyLow(Self a, Self b) { return {_mm512_mullo_epi16(a.r, b.r)}; }
   PIXMORPH_OP MultiplyHigh(Self a, Self b) { return {_mm512_mulhi_epi16(a.r, b.r)}; }
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm512_xor_si512(a.r, b.r)}; }
+  // Bytes: the average of two, halves rounded up.
+  PIXMORPH_OP AverageBytes(Self a, Self b) { return {_mm512_avg_epu8(a.r, b.r)}; }
   // -1 for negative lanes, else 0.
   PIXMORPH_OP Signs(Self a) { return {_mm512_srai_epi16(a.r, 15)}; }
   // Of each 16 bytes the first or the last eight as lanes, and back.

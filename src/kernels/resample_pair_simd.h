@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one like a new one
 
-constexpr std::int64_t kStreamedPixels = 2 << 20;  // of a result that no cache would keep anyway
+constexpr std::int64_t kStreamedPixels = 8 << 20;  // of a result that no cache would keep anyway
 
 constexpr std::int64_t kFewPixels =
     4096;  // of a result for which verifying the blocks costs more than it saves
@@ -138,17 +138,21 @@ class PairPasses {
   static void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t*,
                         std::uint8_t* slot) {
     const std::int32_t width = plan.rowPairs.exact.sourceLength, groups = Groups(plan.rowPairs.exact);
-    const bool copies = plan.rowPairs.copies;
+    const bool copies = plan.rowPairs.copies, averages = plan.rowPairs.averages;
     const PairGroup* group = plan.pairGroups;
     const auto* const records = static_cast<const Record*>(plan.pairRecords);
     for (std::int32_t g = 0; g < groups; ++g, ++group, slot += 4 * kPixels) {
       const Record& record = records[group->record];
       const std::uint8_t* const from = rows[0] + 4 * static_cast<std::ptrdiff_t>(group->base);
+      // The same place of the row that comes next, while this one is worked on.
+      if (g % (16 / kPixels) == 0) __builtin_prefetch(rows[1] + 4 * static_cast<std::ptrdiff_t>(group->base));
       W pixels = W::Gather(from, width - group->base, record.heavy);
       if (!copies) {
         const W light = W::Gather(from, width - group->base, record.light);
         const std::int16_t* const lanes = record.lanes;
-        pixels = Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes), pixels, light);
+        pixels = averages ? W::AverageBytes(pixels, light)
+                          : Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes),
+                                  pixels, light);
       }
       W::StoreBytes(slot, pixels);
     }
@@ -167,6 +171,10 @@ class PairPasses {
     if (block.multiplier == 0)
       return WriteRow(plan, out,
                       [&](std::ptrdiff_t x) { return W::WithTop(W::LoadBytes(heavy + 4 * x), top); });
+    if (block.averages)
+      return WriteRow(plan, out, [&](std::ptrdiff_t x) {
+        return W::WithTop(W::AverageBytes(W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top);
+      });
     const auto factors = PairFactors<W>::Of(block);
     WriteRow(plan, out, [&](std::ptrdiff_t x) {
       return W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)),
@@ -175,26 +183,30 @@ class PairPasses {
   }
 
   // Writes `width` pixels of what `at(x)` gives for kPixels pixels from x on; slots are readable to kPixels
-  // behind the width. Large results go past the caches, which they would only pass through.
+  // behind the width. Large results go past the caches, which they would only pass through, but for the ends:
+  // their lines belong to other rows too.
   template <class At>
   PIXMORPH_INLINE_MEMBER static void WriteRow(const FusedPlan& plan, std::uint8_t* out, At at) {
     const std::int32_t width = plan.rowPairs.exact.count;
     std::int32_t x = 0;
     const auto past = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(out) % (4 * kPixels));
     if (plan.pairStreams && past % 4 == 0 && width >= 2 * kPixels) {
-      W::StoreBytes(out, at(0));
-      for (x = kPixels - static_cast<std::int32_t>(past / 4); x + kPixels <= width; x += kPixels)
-        W::Stream(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
+      if (past != 0) StoreSome(out, at(0), x = kPixels - static_cast<std::int32_t>(past / 4));
+      for (; x + kPixels <= width; x += kPixels) W::Stream(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
       // What follows may be a yield, after which others look at the row.
       W::EndStreaming();
     } else {
       for (; x + kPixels <= width; x += kPixels)
         W::StoreBytes(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
     }
-    if (x == width) return;
-    alignas(64) std::uint8_t rest[4 * kPixels];
-    W::StoreBytes(rest, at(x));
-    std::memcpy(out + 4 * static_cast<std::ptrdiff_t>(x), rest, static_cast<std::uint32_t>(4 * (width - x)));
+    if (x < width) StoreSome(out + 4 * static_cast<std::ptrdiff_t>(x), at(x), width - x);
+  }
+
+  // The first `count` of a vector's pixels.
+  PIXMORPH_INLINE_MEMBER static void StoreSome(std::uint8_t* out, W pixels, std::int32_t count) {
+    alignas(64) std::uint8_t bytes[4 * kPixels];
+    W::StoreBytes(bytes, pixels);
+    std::memcpy(out, bytes, static_cast<std::uint32_t>(4 * count));
   }
 };
 

@@ -95,6 +95,8 @@ bool PackBlock(const AxisWeights& axis, const WeightBlock& block, PairBlock& pac
   const std::int32_t multiplier = Nearest(weights.b / sum * 65536.0);
   packed.multiplier = static_cast<std::int16_t>(multiplier > 32767 ? 32767 : multiplier);
   packed.light = weights.b > 0.0 ? static_cast<std::int8_t>(1 - packed.heavy) : packed.heavy;
+  packed.averages = IsAverage(axis, block);
+  if (packed.averages) return true;
   if (packed.light == packed.heavy || multiplier > 0) ChooseRule(packed, weights);
   return Right(packed, weights);
 }
@@ -108,12 +110,13 @@ std::int64_t PairsBytes(const AxisWeights& axis) {
 bool PackPairs(const AxisWeights& axis, void* memory, PairAxis& packed) {
   auto* const blocks = static_cast<PairBlock*>(memory);
   if (axis.blockCount > kMostBlocks) return false;
-  bool copies = true;
+  bool copies = true, averages = true;
   for (std::int32_t b = 0; b < axis.blockCount; ++b) {
     if (!PackBlock(axis, axis.blocks[b], blocks[b])) return false;
     if (blocks[b].multiplier != 0) copies = false;
+    if (!blocks[b].averages) averages = false;
   }
-  packed = {axis, blocks, copies};
+  packed = {axis, blocks, copies, averages};
   return true;
 }
 

@@ -10,6 +10,7 @@
 //   channel = a + floor(x / 2^16),
 // save that near a tie - the low half of x within kPairZone of 0 - the sign of a x tau + d x kappa + offset
 // decides: there the plain evaluation depends on how the float weights were rounded. Every block is verified.
+// Copies and averages of two are simpler still.
 namespace pixmorph::kernels {
 
 constexpr std::int16_t kPairZone = 300;
@@ -18,12 +19,14 @@ struct PairBlock {
   std::int16_t multiplier;  // 0 .. 32767; 0: the channel is a
   std::int16_t tau, kappa, offset;
   std::int8_t heavy, light;  // places of a and b in the list; equal when the multiplier is 0
+  bool averages;             // the channel is (a + b + 1) / 2, or a where there is no b
 };
 
 struct PairAxis {
   AxisWeights exact;
   const PairBlock* blocks;  // as many as `exact` has
   bool copies;              // every multiplier is 0
+  bool averages;            // every block averages
 };
 
 // A vector of neighbouring output columns: where their samples begin in the source, and how they are made.

@@ -138,7 +138,7 @@ std::vector<std::uint32_t> Plainly(const Axis& row, const Axis& column, const So
 
 // The woven passes with every slot kept; empty when the level refuses the weights.
 std::vector<std::uint32_t> Woven(const ResampleKernels& kernels, const Axis& row, const Axis& column,
-                                 const Source& source) {
+                                 const Source& source, bool streams = false) {
   Lines rowMemory(WeightsBytes(row.Lists(), row.Count())),
       columnMemory(WeightsBytes(column.Lists(), column.Count()));
   const AxisWeights rows = GatherWeights(row.Lists(), row.Count(), source.Width(), rowMemory.Data());
@@ -147,6 +147,7 @@ std::vector<std::uint32_t> Woven(const ResampleKernels& kernels, const Axis& row
   Lines planMemory(kernels.planBytes(rows, columns));
   FusedPlan plan{};
   if (!kernels.plan(rows, columns, planMemory.Data(), plan)) return {};
+  plan.pairStreams |= streams;
   const int batches = (source.Height() + plan.batchRows - 1) / plan.batchRows;
   Lines slots(plan.slotBytes * batches), scratch(plan.scratchBytes);
   for (int batch = 0; batch < batches; ++batch) {
@@ -200,7 +201,7 @@ TEST_P(Resample, EnlargesByTwoTaps) {
     for (const Shape shape : {Shape::kTent, Shape::kBox}) {
       const Source source(random, size[0], size[1]);
       const Axis row(random, shape, size[2], size[0], true), column(random, shape, size[3], size[1], true);
-      const std::vector<std::uint32_t> got = Woven(Kernels(), row, column, source);
+      const std::vector<std::uint32_t> got = Woven(Kernels(), row, column, source, random.OneIn(2));
       const std::vector<std::uint32_t> wanted = Plainly(row, column, source);
       EXPECT_TRUE(wanted == got) << size[0] << "x" << size[1] << " to " << size[2] << "x" << size[3]
                                  << ", shape " << static_cast<int>(shape) << ", first difference at "
