@@ -1,5 +1,7 @@
 #include "bench/subject.h"
 
+#include <malloc.h>
+
 #include <stdexcept>
 
 #include "bench/measure.h"
@@ -61,6 +63,11 @@ void GiveMask(const Workload& w, const PicturePtr& source, std::int32_t type) {
 }  // namespace
 
 Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
+  // As in a 32-bit process: larger blocks always come from the system as they are, clear. Left alone, the 64-bit
+  // library would keep blocks of up to 32 MiB and clear them for every call. What is free at the end of the
+  // heap stays mapped, as it does in an application that has blocks of its own behind it.
+  mallopt(M_MMAP_THRESHOLD, 512 * 1024);
+  mallopt(M_TRIM_THRESHOLD, 64 * 1024 * 1024);
   rehearsal::gNewPictureType = store == "console" ? pixmorph::kPixelHostRGB32
                                : store == "gdk"   ? pixmorph::kPixelRGB24
                                                   : pixmorph::kPixelCairoRGB32;

@@ -24,22 +24,29 @@ struct Avx2Lanes {
 struct Avx2Tiles {
   using Sums = __m256i;
   static constexpr std::int32_t kBytes = 32;
+  static constexpr int kVectors = 2;  // that are averaged together
   using Division = SmallDivision;
 
   template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static Sums PairSums(const std::uint8_t* p) {
+  PIXMORPH_INLINE_MEMBER static Sums NoSums(const Division&) {
+    return _mm256_setzero_si256();
+  }
+  template <int kWidth>
+  PIXMORPH_INLINE_MEMBER static Sums AddBytes(Sums sums, const std::uint8_t* p) {
     const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
                                       : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
     const __m256i pixels = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-    return _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(order)),
-                                _mm256_set1_epi8(1));
+    return _mm256_add_epi16(
+        sums, _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(order)),
+                                   _mm256_set1_epi8(1)));
   }
-  PIXMORPH_INLINE_MEMBER static Sums Add(Sums a, Sums b) { return _mm256_add_epi16(a, b); }
 
   template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, Sums a, Sums b, const Division& divide) {
-    const auto mean = [&divide](__m256i sums) {
-      const __m256i biased = _mm256_add_epi16(sums, _mm256_broadcastsi128_si256(divide.bias));
+  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, const Sums (&sums)[2],
+                                                const Division& divide) {
+    const Sums a = sums[0], b = sums[1];
+    const auto mean = [&divide](__m256i x) {
+      const __m256i biased = _mm256_add_epi16(x, _mm256_broadcastsi128_si256(divide.bias));
       const __m256i high = _mm256_mulhi_epu16(biased, _mm256_broadcastsi128_si256(divide.multiplier));
       return _mm256_srl_epi16(high, divide.shift);
     };
@@ -85,6 +92,7 @@ const AreaAverageKernels kAreaAverageAvx2 = {AddRows<Avx2Lanes>,
                                              AverageSmall,
                                              AverageLarge,
                                              AverageTotals,
+                                             DivideSums,
                                              CanTile,
                                              AverageTiles<Avx2Tiles>,
                                              RepeatPixels<Avx2Pixels>,

@@ -20,46 +20,61 @@ struct Avx512Lanes {
   PIXMORPH_INLINE_MEMBER static U16 Add(U16 a, U16 b) { return _mm512_add_epi16(a, b); }
 };
 
-// Sixteen source pixels. Sums are 16-bit lanes where boxes are two wide, 32-bit ones where they are four
-// wide.
+struct Avx512Division {
+  explicit Avx512Division(const AreaColumns& columns)
+      : bias(columns.divisor.bias),
+        multiplier(_mm512_set1_epi16(static_cast<short>(columns.divisor.multiplier))),
+        shift(_mm_cvtsi32_si128(columns.divisor.shift)),
+        top(_mm512_set1_epi32(static_cast<int>(columns.top))) {}
+  PIXMORPH_INLINE_MEMBER __m512i operator()(__m512i biased) const {
+    return _mm512_srl_epi16(_mm512_mulhi_epu16(biased, multiplier), shift);
+  }
+  PIXMORPH_INLINE_MEMBER void Store(std::uint8_t* out, __m512i pixels) const {
+    _mm512_storeu_si512(out, _mm512_ternarylogic_epi32(pixels, _mm512_set1_epi32(0x00FFFFFF), top, 0xEA));
+  }
+  int bias;
+  __m512i multiplier;
+  __m128i shift;
+  __m512i top;
+};
+
+// Sixteen source pixels. Sums have their bias from the start; they are 16-bit lanes where boxes are two wide,
+// 32-bit ones where they are four wide.
 struct Avx512Tiles {
   using Sums = __m512i;
   static constexpr std::int32_t kBytes = 64;
-  using Division = SmallDivision;
+  static constexpr int kVectors = 4;  // that are averaged together
+  using Division = Avx512Division;
 
   template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static Sums PairSums(const std::uint8_t* p) {
+  PIXMORPH_INLINE_MEMBER static Sums NoSums(const Division& divide) {
+    return kWidth == 2 ? _mm512_set1_epi16(static_cast<short>(divide.bias)) : _mm512_set1_epi32(divide.bias);
+  }
+  template <int kWidth>
+  PIXMORPH_INLINE_MEMBER static Sums AddBytes(Sums sums, const std::uint8_t* p) {
     const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
                                       : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    const __m512i pixels = _mm512_loadu_si512(p);
-    return _mm512_maddubs_epi16(_mm512_shuffle_epi8(pixels, _mm512_broadcast_i32x4(order)),
-                                _mm512_set1_epi8(1));
-  }
-  PIXMORPH_INLINE_MEMBER static Sums Add(Sums a, Sums b) { return _mm512_add_epi16(a, b); }
-
-  PIXMORPH_INLINE_MEMBER static __m512i Means(__m512i sums, const Division& divide) {
-    const __m512i biased = _mm512_add_epi16(sums, _mm512_broadcast_i32x4(divide.bias));
-    return _mm512_srl_epi16(_mm512_mulhi_epu16(biased, _mm512_broadcast_i32x4(divide.multiplier)),
-                            divide.shift);
-  }
-  PIXMORPH_INLINE_MEMBER static void Store(std::uint8_t* out, __m256i pixels, const Division& divide) {
-    const __m256i colours = _mm256_and_si256(pixels, _mm256_set1_epi32(0x00FFFFFF));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
-                        _mm256_or_si256(colours, _mm256_broadcastsi128_si256(divide.top)));
+    const __m512i bytes = _mm512_shuffle_epi8(_mm512_loadu_si512(p), _mm512_broadcast_i32x4(order));
+    const __m512i ones = _mm512_set1_epi8(1);
+    return kWidth == 2 ? _mm512_add_epi16(sums, _mm512_maddubs_epi16(bytes, ones))
+                       : _mm512_dpbusd_epi32(sums, bytes, ones);
   }
 
   template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, Sums a, Sums b, const Division& divide) {
+  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, const Sums (&sums)[4],
+                                                const Division& divide) {
     if (kWidth == 2) {
-      Store(out, _mm512_cvtepi16_epi8(Means(a, divide)), divide);
-      Store(out + 32, _mm512_cvtepi16_epi8(Means(b, divide)), divide);
+      const __m512i inOrder = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+      for (int n = 0; n < 4; n += 2, out += 64) {
+        const __m512i pixels = _mm512_packus_epi16(divide(sums[n]), divide(sums[n + 1]));
+        divide.Store(out, _mm512_permutexvar_epi64(inOrder, pixels));
+      }
     } else {
-      // Channel sums of 32 bits, all below 2^16: even 16-bit lanes hold them.
-      const __m512i ones = _mm512_set1_epi16(1);
-      const __m256i low = _mm512_cvtepi32_epi16(_mm512_madd_epi16(a, ones));
-      const __m256i high = _mm512_cvtepi32_epi16(_mm512_madd_epi16(b, ones));
-      const __m512i sums = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
-      Store(out, _mm512_cvtepi16_epi8(Means(sums, divide)), divide);
+      // All sums are below 2^16.
+      const __m512i inOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+      const __m512i low = divide(_mm512_packus_epi32(sums[0], sums[1]));
+      const __m512i high = divide(_mm512_packus_epi32(sums[2], sums[3]));
+      divide.Store(out, _mm512_permutexvar_epi32(inOrder, _mm512_packus_epi16(low, high)));
     }
   }
 };
@@ -89,6 +104,7 @@ const AreaAverageKernels kAreaAverageAvx512 = {AddRows<Avx512Lanes>,
                                                AverageSmall,
                                                AverageLarge,
                                                AverageTotals,
+                                               DivideSums,
                                                CanTile,
                                                AverageTiles<Avx512Tiles>,
                                                RepeatPixels<Avx512Pixels>,

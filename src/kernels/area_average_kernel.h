@@ -63,6 +63,15 @@ PIXMORPH_INLINE AreaDivisor MakeAreaDivisor(std::int32_t pixels) {
   return {1, static_cast<std::uint16_t>(power / c), shift};
 }
 
+// The same for averages that are rounded, halves up: floor((s + c / 2) / c), c up to 255. Here a quotient can
+// be 255 with sums up to 255 c + c / 2: a multiplier rounded up gives (255 c + c / 2) m < 256 P as 255.5 e <
+// P / 2, one rounded down gives (255 c + 1) m >= 255 P as 255 r <= m. [pure]
+PIXMORPH_INLINE AreaDivisor RoundingAreaDivisor(std::int32_t pixels) {
+  AreaDivisor divisor = MakeAreaDivisor(pixels);
+  divisor.bias = static_cast<std::uint16_t>(divisor.bias + pixels / 2);
+  return divisor;
+}
+
 // How one row of boxes is averaged.
 struct AreaColumns {
   const std::int32_t* starts;  // first element (not pixel) of each box in the row of sums
@@ -72,6 +81,7 @@ struct AreaColumns {
   std::int32_t boxPixels;      // box width × box height: what sums are divided by
   std::uint32_t top;           // the top byte of every new pixel: 0 or 0xFF000000
   AreaDivisor divisor;         // of boxPixels where that is at most kAreaRowsIn16Bits
+  std::int32_t lift;           // added to box sums before they are divided; in the divisor's bias too
 };
 
 // Any alignment of pixels; counts >= 0. Pixels are read and written exactly as counted, nothing beside them;
@@ -89,6 +99,8 @@ struct AreaAverageKernels {
   void (*averageSmall)(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
   void (*averageLarge)(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
   void (*averageTotals)(std::uint8_t* out, const std::uint32_t* totals, const AreaColumns& columns);
+  // The same for boxes one column wide that lie side by side, four sums a pixel; for the first form's boxes.
+  void (*divideSums)(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
   // New pixels straight from 1 .. kAreaRowsAtOnce rows of 32-bit pixels, for boxes side by side (box i starts
   // at pixel i × boxWidth), where `canTile` says so.
   bool (*canTile)(std::int32_t boxWidth, std::int32_t boxHeight);
@@ -118,6 +130,7 @@ void AddRows(std::uint16_t* sums, const std::uint8_t* const* rows, std::int32_t 
 void AddSums(std::uint32_t* totals, const std::uint16_t* sums, std::int32_t count, bool first);
 void AverageSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
 void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaColumns& columns);
+void DivideSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
 bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight);
 void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
                   const AreaColumns& columns);

@@ -44,7 +44,7 @@ namespace {
 
 template <class Sum>
 std::uint8_t BoxAverage(const Sum* sums, const AreaColumns& columns) {
-  std::uint64_t sum = 0;
+  std::uint64_t sum = static_cast<std::uint32_t>(columns.lift);
   for (std::int32_t i = 0; i < columns.boxWidth; ++i) sum += sums[i * columns.step];
   return static_cast<std::uint8_t>(sum / static_cast<std::uint32_t>(columns.boxPixels));
 }
@@ -71,6 +71,14 @@ void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaCol
   Average(out, totals, columns);
 }
 
+void DivideSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns) {
+  for (std::int32_t x = 0; x < 4 * columns.count; x += 4) {
+    for (std::int32_t channel = 0; channel < 3; ++channel)
+      out[x + channel] = static_cast<std::uint8_t>((sums[x + channel] + columns.lift) / columns.boxPixels);
+    out[x + 3] = static_cast<std::uint8_t>(columns.top >> 24);
+  }
+}
+
 bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight) {
   return boxWidth <= kAreaRowsAtOnce && boxHeight <= kAreaRowsAtOnce;
 }
@@ -79,7 +87,7 @@ void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32
                   const AreaColumns& columns) {
   for (std::int32_t x = 0; x < columns.count * 4; x += 4) {
     for (std::int32_t channel = 0; channel < 3; ++channel) {
-      std::int32_t sum = 0;
+      std::int32_t sum = columns.lift;
       for (std::int32_t r = 0; r < rowCount; ++r)
         for (std::int32_t i = 0; i < columns.boxWidth; ++i)
           sum += rows[r][x * columns.boxWidth + i * 4 + channel];
@@ -106,7 +114,7 @@ void FinishCopies() {}
 }  // namespace ref
 
 const AreaAverageKernels kAreaAverageScalar = {
-    ref::AddRows, ref::AddSums,      ref::AverageSums,  ref::AverageSums, ref::AverageTotals,
+    ref::AddRows, ref::AddSums,      ref::AverageSums,  ref::AverageSums, ref::AverageTotals, ref::DivideSums,
     ref::CanTile, ref::AverageTiles, ref::RepeatPixels, ref::CopyRow,     ref::FinishCopies};
 
 }  // namespace pixmorph::kernels

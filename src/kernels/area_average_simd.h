@@ -196,6 +196,18 @@ void AverageSmall(std::uint8_t* out, const std::uint16_t* sums, const AreaColumn
   }
 }
 
+void DivideSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns) {
+  const SmallDivision divide(columns);
+  for (std::int32_t left = columns.count; left > 0; left -= 4, sums += 16, out += 16) {
+    const auto* const pairs = reinterpret_cast<const __m128i*>(sums);
+    const __m128i means =
+        _mm_packus_epi16(divide(_mm_loadu_si128(pairs)), divide(_mm_loadu_si128(pairs + 1)));
+    const __m128i pixels = WithTop(means, divide.top);
+    if (left < 4) return StoreSome(out, pixels, left);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), pixels);
+  }
+}
+
 // Boxes whose sums need 32 bits. Up to this many pixels, (s + 0.5) × fl(1 / n) in float truncates to the
 // right quotient: s + 0.5 is exact below 2^23; the reciprocal and the product each err by a relative 2^-24,
 // together by less than 256 × 2^-23 = 2^-15; and (s + 0.5) / n keeps at least 1 / (2n) away from whole

@@ -25,19 +25,25 @@ struct Sse41Lanes {
 struct Sse41Tiles {
   using Sums = __m128i;
   static constexpr std::int32_t kBytes = 16;
+  static constexpr int kVectors = 2;  // that are averaged together
   using Division = SmallDivision;
 
   template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static Sums PairSums(const std::uint8_t* p) {
+  PIXMORPH_INLINE_MEMBER static Sums NoSums(const Division&) {
+    return _mm_setzero_si128();
+  }
+  template <int kWidth>
+  PIXMORPH_INLINE_MEMBER static Sums AddBytes(Sums sums, const std::uint8_t* p) {
     const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
                                       : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
     const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    return _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, order), _mm_set1_epi8(1));
+    return _mm_add_epi16(sums, _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, order), _mm_set1_epi8(1)));
   }
-  PIXMORPH_INLINE_MEMBER static Sums Add(Sums a, Sums b) { return _mm_add_epi16(a, b); }
 
   template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, Sums a, Sums b, const Division& divide) {
+  PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, const Sums (&sums)[2],
+                                                const Division& divide) {
+    const Sums a = sums[0], b = sums[1];
     if (kWidth == 2) {
       const __m128i pixels = _mm_packus_epi16(divide(a), divide(b));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(out), WithTop(pixels, divide.top));
@@ -50,8 +56,16 @@ struct Sse41Tiles {
 
 }  // namespace
 
-const AreaAverageKernels kAreaAverageSse41 = {
-    AddRows<Sse41Lanes>,      AddSums,         AverageSmall,       AverageLarge, AverageTotals, CanTile,
-    AverageTiles<Sse41Tiles>, RepeatEachPixel, CopyRow<Pixels128>, FinishCopies};
+const AreaAverageKernels kAreaAverageSse41 = {AddRows<Sse41Lanes>,
+                                              AddSums,
+                                              AverageSmall,
+                                              AverageLarge,
+                                              AverageTotals,
+                                              DivideSums,
+                                              CanTile,
+                                              AverageTiles<Sse41Tiles>,
+                                              RepeatEachPixel,
+                                              CopyRow<Pixels128>,
+                                              FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -13,11 +13,12 @@ bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight) {
   return (boxWidth == 2 || boxWidth == 4) && boxHeight <= kAreaRowsAtOnce;
 }
 
-// One vector of new pixels: V::kNewPixels<kWidth> of them.
+// The sums of one vector's boxes.
 template <class V, int kWidth, int kRows>
-PIXMORPH_INLINE typename V::Sums TileSums(const std::uint8_t* const* rows, std::ptrdiff_t offset) {
-  typename V::Sums sums = V::template PairSums<kWidth>(rows[0] + offset);
-  for (int r = 1; r < kRows; ++r) sums = V::Add(sums, V::template PairSums<kWidth>(rows[r] + offset));
+PIXMORPH_INLINE typename V::Sums TileSums(const std::uint8_t* const* rows, std::ptrdiff_t offset,
+                                          const typename V::Division& divide) {
+  typename V::Sums sums = V::template NoSums<kWidth>(divide);
+  for (int r = 0; r < kRows; ++r) sums = V::template AddBytes<kWidth>(sums, rows[r] + offset);
   return sums;
 }
 
@@ -31,23 +32,23 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
   const std::uint8_t* rows[kRows];
   for (int r = 0; r < kRows; ++r) rows[r] = rowTable[r];
   const typename V::Division divide(columns);
-  constexpr std::int32_t kStep = V::kBytes / (4 * kWidth);  // new pixels
-  std::int32_t x = 0;
-  for (; x + 2 * kStep <= columns.count; x += 2 * kStep) {
+  constexpr std::ptrdiff_t kBytes = V::kVectors * V::kBytes;
+  constexpr std::int32_t kStep = kBytes / (4 * kWidth);  // new pixels
+  const auto average = [&](std::int32_t x) {
     const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(x) * kWidth * 4;
     for (int r = 0; r < kRows; ++r)
-      for (std::ptrdiff_t line = 0; line < 2 * V::kBytes; line += 64)
+      for (std::ptrdiff_t line = 0; line < kBytes; line += 64)
         __builtin_prefetch(rows[r] + offset + kTilesAhead + line, 0, 0);
-    const typename V::Sums a = TileSums<V, kWidth, kRows>(rows, offset);
-    const typename V::Sums b = TileSums<V, kWidth, kRows>(rows, offset + V::kBytes);
-    V::template StoreMeans<kWidth>(out + x * 4, a, b, divide);
-  }
-  if (x == columns.count) return;
-  const std::uint8_t* rest[kRows];
-  for (int r = 0; r < kRows; ++r) rest[r] = rows[r] + static_cast<std::ptrdiff_t>(x) * kWidth * 4;
-  AreaColumns last = columns;
-  last.count = columns.count - x;
-  ref::AverageTiles(out + x * 4, rest, kRows, last);
+    typename V::Sums sums[V::kVectors];
+    for (int n = 0; n < V::kVectors; ++n)
+      sums[n] = TileSums<V, kWidth, kRows>(rows, offset + n * V::kBytes, divide);
+    V::template StoreMeans<kWidth>(out + x * 4, sums, divide);
+  };
+  if (columns.count < kStep) return ref::AverageTiles(out, rows, kRows, columns);
+  std::int32_t x = 0;
+  for (; x + kStep <= columns.count; x += kStep) average(x);
+  // The last ones may overlap what has been done: doing it again changes nothing.
+  if (x < columns.count) average(columns.count - kStep);
 }
 
 template <class V, int kWidth>

@@ -1,4 +1,5 @@
 #include "kernels/intrinsics.h"
+#include "kernels/resample_averages.h"
 #include "kernels/resample_float_simd.h"
 #include "kernels/resample_pair_simd.h"
 
@@ -144,11 +145,13 @@ struct TwoPixels {
 };
 using Passes = FloatPasses<TwoPixels>;
 
+using Averages = AveragePasses<kAreaAverageAvx2, false>;
 using Pairs = PairPasses<Words256>;
 
 }  // namespace
 
 extern const ResampleKernels kResampleAvx2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                              PlanBytesOfEither<Pairs, Passes>, PlanEither<Pairs, Passes>};
+                                              PlanBytesOfAny<Averages, Pairs, Passes>,
+                                              PlanFirst<Averages, Pairs, Passes>};
 
 }  // namespace pixmorph::kernels

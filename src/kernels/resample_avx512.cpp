@@ -1,4 +1,5 @@
 #include "kernels/intrinsics.h"
+#include "kernels/resample_averages.h"
 #include "kernels/resample_pair_simd.h"
 #include "kernels/resample_quads_avx512.h"
 
@@ -56,12 +57,14 @@ struct Words512 {
 #undef PIXMORPH_OP
 };
 
+// Other boxes go faster by the general passes here.
+using Averages = AveragePasses<kAreaAverageAvx512, true>;
 using Pairs = PairPasses<Words512>;
 
 }  // namespace
 
 extern const ResampleKernels kResampleAvx512 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                                PlanBytesOfEither<Pairs, QuadPasses>,
-                                                PlanEither<Pairs, QuadPasses>};
+                                                PlanBytesOfAny<Averages, Pairs, QuadPasses>,
+                                                PlanFirst<Averages, Pairs, QuadPasses>};
 
 }  // namespace pixmorph::kernels

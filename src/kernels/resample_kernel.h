@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "kernels/area_average_kernel.h"
 #include "kernels/contribution.h"
 #include "kernels/pixel_layout.h"
 #include "kernels/resample_floats.h"
@@ -41,6 +42,16 @@ std::uint32_t ResampledPixel(const AxisWeights& axis, std::int32_t i, const std:
 
 }  // namespace ref
 
+// What the passes for equal weights need beside the weights.
+struct AveragePlan {
+  AreaColumns columns;        // of the rows' pass
+  bool tiles;                 // its boxes are ones that can be averaged at once
+  std::int32_t sourceBytes;   // of a row
+  AxisWeights column;         // of the columns' pass
+  const AreaColumns* blocks;  // how to divide its sums, for each of its blocks
+  std::uint16_t* sums;        // of one row
+};
+
 // The two passes woven into one. Source rows go in by batches, in order; each batch becomes one slot of
 // intermediate rows. An output row needs the slots of the batches in which its list's first to last source
 // row lie, contiguous in memory and in order.
@@ -64,6 +75,7 @@ struct FusedPlan {
   const PairGroup* pairGroups;  // of the output columns, one vector after the other
   const void* pairRecords;      // the level's own
   bool pairStreams;             // the result is large: write it past the caches
+  AveragePlan averages;
   std::int32_t longestStretch;  // source pixels that four neighbouring output columns read, at most
 };
 

@@ -210,16 +210,21 @@ class PairPasses {
   }
 };
 
-// Pairs where they will do, the general passes elsewhere.
-template <class Pairs, class General>
-std::int64_t PlanBytesOfEither(const AxisWeights& row, const AxisWeights& column) {
-  const std::int64_t pairs = Pairs::PlanBytes(row, column), general = General::PlanBytes(row, column);
-  return pairs < 0 || general < 0 ? -1 : pairs > general ? pairs : general;
+// Of several kinds of passes the first that will do.
+template <class... Passes>
+std::int64_t PlanBytesOfAny(const AxisWeights& row, const AxisWeights& column) {
+  const std::int64_t needed[] = {Passes::PlanBytes(row, column)...};
+  std::int64_t most = 0;
+  for (const std::int64_t bytes : needed) {
+    if (bytes < 0) return -1;
+    if (bytes > most) most = bytes;
+  }
+  return most;
 }
 
-template <class Pairs, class General>
-bool PlanEither(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
-  return Pairs::Plan(row, column, memory, plan) || General::Plan(row, column, memory, plan);
+template <class... Passes>
+bool PlanFirst(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
+  return (Passes::Plan(row, column, memory, plan) || ...);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include "kernels/resample_averages.h"
 #include "kernels/resample_vec_sse.h"
 
 namespace pixmorph::kernels {
@@ -12,11 +13,13 @@ struct ByUnpacking {
 };
 using Passes = FloatPasses<OnePixel<ByUnpacking>>;
 
+using Averages = AveragePasses<kAreaAverageSse2, false>;
 using Pairs = PairPasses<Words128>;
 
 }  // namespace
 
 extern const ResampleKernels kResampleSse2 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                              PlanBytesOfEither<Pairs, Passes>, PlanEither<Pairs, Passes>};
+                                              PlanBytesOfAny<Averages, Pairs, Passes>,
+                                              PlanFirst<Averages, Pairs, Passes>};
 
 }  // namespace pixmorph::kernels

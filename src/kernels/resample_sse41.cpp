@@ -1,5 +1,6 @@
 #include <smmintrin.h>
 
+#include "kernels/resample_averages.h"
 #include "kernels/resample_vec_sse.h"
 
 namespace pixmorph::kernels {
@@ -11,11 +12,13 @@ struct ByWidening {
 };
 using Passes = FloatPasses<OnePixel<ByWidening>>;
 
+using Averages = AveragePasses<kAreaAverageSse41, false>;
 using Pairs = PairPasses<Words128>;
 
 }  // namespace
 
 extern const ResampleKernels kResampleSse41 = {ref::ResampleAlongRow, ref::ResampleAlongColumns,
-                                               PlanBytesOfEither<Pairs, Passes>, PlanEither<Pairs, Passes>};
+                                               PlanBytesOfAny<Averages, Pairs, Passes>,
+                                               PlanFirst<Averages, Pairs, Passes>};
 
 }  // namespace pixmorph::kernels

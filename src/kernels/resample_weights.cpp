@@ -73,7 +73,6 @@ bool PowerOfTwo(float x) {
 }
 
 constexpr std::int32_t kFinestStep = 1 << 22;  // as a divisor of 1
-constexpr std::int32_t kLongestAverage = 255;
 
 // With a sum that is a power of two and weights that are multiples of sum / kFinestStep, every partial sum of
 // the plain evaluation is a small multiple of that, so nothing in it is ever rounded. 0: that is not so.

@@ -31,6 +31,9 @@ struct AxisWeights {
   std::int32_t sourceLength;  // samples
 };
 
+// Of so many samples the plain evaluation rounds an average exactly, and 16 bits hold their sum and a half.
+constexpr std::int32_t kLongestAverage = 255;
+
 // Memory that `GatherWeights` needs, in bytes; negative when it has no size. [pure]
 std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count);
 

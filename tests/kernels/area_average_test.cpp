@@ -97,7 +97,8 @@ void CheckAverage(test::Random& random, const Case& c, Kernel kernel, Reference 
                                c.step,
                                axis.box * c.boxHeight,
                                random.OneIn(2) ? 0xFF000000u : 0u,
-                               DivisorOf(axis.box * c.boxHeight)};
+                               DivisorOf(axis.box * c.boxHeight),
+                               0};
   test::Fence out(static_cast<std::size_t>(c.newWidth) * 4);
   std::vector<std::uint8_t> expected(out.Size());
   kernel(out.Data(), sums.As<Sum>(), columns);
@@ -148,7 +149,7 @@ TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
       totals[static_cast<std::size_t>(i)] = static_cast<std::uint32_t>(std::min(sum, 255 * pixels));
       sums[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(totals[static_cast<std::size_t>(i)]);
     }
-    const AreaColumns columns = {starts.data(), kNewWidth, 1, 4, pixels, 0, DivisorOf(pixels)};
+    const AreaColumns columns = {starts.data(), kNewWidth, 1, 4, pixels, 0, DivisorOf(pixels), 0};
     std::vector<std::uint8_t> out(kNewWidth * 4), expected(out.size());
     ref::AverageTotals(expected.data(), totals.data(), columns);
     Kernels().averageTotals(out.data(), totals.data(), columns);
@@ -158,6 +159,33 @@ TEST_P(AreaAverage, DividesEverySumOfABoxExactly) {
     ASSERT_EQ(expected, out) << pixels << " pixels, small";
     Kernels().averageLarge(out.data(), sums.data(), columns);
     ASSERT_EQ(expected, out) << pixels << " pixels, large";
+  }
+}
+
+// The last sum below each rounding boundary and the first above it, for all boxes that are ever rounded.
+TEST_P(AreaAverage, RoundsEverySumOfABoxExactly) {
+  constexpr int kNewWidth = 129;
+  std::vector<std::int32_t> starts(kNewWidth);
+  for (int x = 0; x < kNewWidth; ++x) starts[static_cast<std::size_t>(x)] = x * 4;
+  for (int pixels = 1; pixels <= 255; ++pixels) {
+    std::vector<std::uint16_t> sums(kNewWidth * 4 + kAreaSumPadding);
+    for (int i = 0; i < kNewWidth * 4; ++i) {
+      const int boundary = i / 2 * pixels - pixels / 2 - (i % 2 != 0 ? 1 : 0);
+      sums[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(std::clamp(boundary, 0, 255 * pixels));
+    }
+    AreaColumns columns = {starts.data(), kNewWidth, 1, 4, pixels, 0, RoundingAreaDivisor(pixels),
+                           pixels / 2};
+    std::vector<std::uint8_t> out(kNewWidth * 4), expected(out.size());
+    for (std::size_t i = 0; i < expected.size(); ++i)
+      expected[i] = i % 4 == 3 ? 0 : static_cast<std::uint8_t>((2 * sums[i] + pixels) / (2 * pixels));
+    Kernels().averageSmall(out.data(), sums.data(), columns);
+    ASSERT_EQ(expected, out) << pixels << " pixels, small";
+    for (columns.count = kNewWidth; columns.count > kNewWidth - 5; --columns.count) {
+      std::vector<std::uint8_t> divided(static_cast<std::size_t>(columns.count) * 4);
+      Kernels().divideSums(divided.data(), sums.data(), columns);
+      ASSERT_TRUE(std::equal(divided.begin(), divided.end(), expected.begin()))
+          << pixels << " pixels, divided";
+    }
   }
 }
 
@@ -176,7 +204,8 @@ TEST_P(AreaAverage, AveragesTilesUpToTheRowsEnd) {
     }
     const std::uint8_t* rows[kAreaRowsAtOnce] = {first.Data(), second.Data(), second.Data(), first.Data()};
     const int pixels = boxWidth * boxHeight;
-    const AreaColumns columns = {nullptr, newWidth, boxWidth, 4, pixels, 0xFF000000u, DivisorOf(pixels)};
+    AreaColumns columns = {nullptr, newWidth, boxWidth, 4, pixels, 0xFF000000u, DivisorOf(pixels), 0};
+    if (random.OneIn(2)) columns.divisor = RoundingAreaDivisor(pixels), columns.lift = pixels / 2;
     std::vector<std::uint8_t> expected(out.Size());
     Kernels().averageTiles(out.Data(), rows, boxHeight, columns);
     ref::AverageTiles(expected.data(), rows, boxHeight, columns);

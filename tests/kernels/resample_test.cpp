@@ -211,6 +211,20 @@ TEST_P(Resample, EnlargesByTwoTaps) {
   }
 }
 
+// Reductions by box at whole ratios, which have passes of their own.
+TEST_P(Resample, AveragesWholeBoxes) {
+  test::Random random(11);
+  for (int round = 0; round < 60; ++round) {
+    const int ratio = random.OneIn(2) ? 4 : random.Between(2, 9), down = random.Between(1, 11);
+    const int width = random.Between(1, 70), height = random.Between(1, 5);
+    const Source source(random, width * ratio, height * down);
+    const Axis row(random, Shape::kBox, width, width * ratio, true);
+    const Axis column(random, Shape::kBox, height, height * down, true);
+    ASSERT_EQ(Plainly(row, column, source), Woven(Kernels(), row, column, source))
+        << "round " << round << ", " << width << " boxes of " << ratio << ", " << down << " high";
+  }
+}
+
 // Averages of 0 and 255 in equal parts lie on a boundary, which only exact arithmetic decides.
 TEST_P(Resample, RoundsTiesUp) {
   test::Random random(7);
