@@ -48,18 +48,19 @@ struct Words256 {
   // Pixels at columns counted from `from`, below `rest` and kReach.
   static constexpr std::int32_t kReach = 16;
   PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t rest, const std::int32_t* columns) {
+    alignas(32) std::uint8_t inside[4 * kReach];
+    if (rest < kReach) from = Copied(inside, from, rest);
     const __m256i places = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns));
-    const __m256i low = rest >= 8 ? LoadBytes(from).r : LoadSome(from, rest);
-    const __m256i high = rest >= 16 ? LoadBytes(from + 32).r : LoadSome(from + 32, rest - 8);
-    const __m256i beyond = _mm256_cmpgt_epi32(places, _mm256_set1_epi32(7));
-    return {_mm256_blendv_epi8(_mm256_permutevar8x32_epi32(low, places),
-                               _mm256_permutevar8x32_epi32(high, places), beyond)};
+    const __m256i low = _mm256_permutevar8x32_epi32(LoadBytes(from).r, places);
+    const __m256i high = _mm256_permutevar8x32_epi32(LoadBytes(from + 32).r, places);
+    return {_mm256_blendv_epi8(low, high, _mm256_cmpgt_epi32(places, _mm256_set1_epi32(7)))};
   }
-  // `count` pixels, at most 8, none where it is below 1; the others are 0.
-  PIXMORPH_INLINE_MEMBER static __m256i LoadSome(const std::uint8_t* from, std::int32_t count) {
-    const __m256i inside =
-        _mm256_cmpgt_epi32(_mm256_set1_epi32(count), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-    return _mm256_maskload_epi32(reinterpret_cast<const int*>(from), inside);
+  // `count` pixels, and zeros behind them.
+  static __attribute__((noinline)) const std::uint8_t* Copied(std::uint8_t (&to)[4 * kReach],
+                                                              const std::uint8_t* from, std::int32_t count) {
+    std::memset(to, 0, sizeof to);
+    std::memcpy(to, from, 4 * static_cast<std::uint32_t>(count));
+    return to;
   }
 #undef PIXMORPH_OP
 };
