@@ -1,93 +1,12 @@
 #ifndef PIXMORPH_KERNELS_DRAW_SIMD_H_
 #define PIXMORPH_KERNELS_DRAW_SIMD_H_
 
-#include <string.h>
-
-#include "kernels/draw_kernel.h"
+#include "kernels/draw_halfway.h"
 #include "kernels/pack_kernel.h"
 
 // Drawing over the vector types of vec_*.h. Included by the files of the instruction sets only.
 namespace pixmorph::kernels {
 namespace {
-
-// 32-bit rows from one destination pixel on: sources and masks begin at its left neighbours.
-struct DrawSpan {
-  std::uint8_t* to;
-  const std::uint8_t* upper;  // null: outside the source
-  const std::uint8_t* lower;
-  const std::uint8_t* upperMask;  // null: no mask
-  const std::uint8_t* lowerMask;
-
-  PIXMORPH_INLINE_MEMBER DrawSpan From(std::int32_t pixel) const {
-    const auto at = [=](const std::uint8_t* row) { return row ? row + pixel * 4 : nullptr; };
-    return {to + pixel * 4, at(upper), at(lower), at(upperMask), at(lowerMask)};
-  }
-};
-
-// Draws whole vectors by `block(span)`, then what is left of the span in copies that are as long as a vector.
-template <int kPixels, class Block>
-PIXMORPH_INLINE void ForEachBlock(const DrawSpan& span, std::int32_t count, Block block) {
-  std::int32_t x = 0;
-  for (; x + kPixels <= count; x += kPixels) block(span.From(x));
-  if (x == count) return;
-  constexpr int kRoom = (kPixels + 1) * 4;
-  std::uint8_t copies[5][kRoom] = {};
-  const DrawSpan rest = span.From(x);
-  const std::size_t bytes = static_cast<std::size_t>(count - x) * 4;
-  const auto copy = [&](int row, const std::uint8_t* from) -> const std::uint8_t* {
-    if (!from) return nullptr;
-    memcpy(copies[row], from, bytes + 4);
-    return copies[row];
-  };
-  memcpy(copies[0], rest.to, bytes);
-  block({copies[0], copy(1, rest.upper), copy(2, rest.lower), copy(3, rest.upperMask),
-         copy(4, rest.lowerMask)});
-  memcpy(rest.to, copies[0], bytes);
-}
-
-// ---- products as plain doubles, for any tame weights and for masks
-
-// D: a vector of doubles with as many pixels as it has lanes. Each operation rounds as its scalar counterpart
-// does.
-template <class D>
-struct DoubleSums {
-  typename D::Sum blue = D::NoSum(), green = D::NoSum(), red = D::NoSum();
-  D rest = D::Set(1.0);
-
-  PIXMORPH_INLINE_MEMBER void AddColours(typename D::Pixels pixels, D weight) {
-    blue = D::AddWhole(blue, D::Multiply(D::template Channel<0>(pixels), weight));
-    green = D::AddWhole(green, D::Multiply(D::template Channel<8>(pixels), weight));
-    red = D::AddWhole(red, D::Multiply(D::template Channel<16>(pixels), weight));
-  }
-  PIXMORPH_INLINE_MEMBER void AddNeighbour(const std::uint8_t* from, const std::uint8_t* mask, double share) {
-    D weight = D::Set(share);
-    if (mask)
-      weight = D::DivideBy255(D::Multiply(D::template InverseChannel<16>(D::LoadPixels(mask)), weight));
-    AddColours(D::LoadPixels(from), weight);
-    rest = D::Subtract(rest, weight);
-  }
-};
-
-template <class D>
-PIXMORPH_INLINE void DrawDoubles(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
-  const typename D::Pixels top = D::SetPixels(TopByteMask(plan.destination) >> 24);
-  ForEachBlock<D::kLanes>(whole, count, [&](const DrawSpan& span) {
-    DoubleSums<D> sums;
-    const auto right = [](const std::uint8_t* mask) { return mask ? mask + 4 : nullptr; };
-    if (span.upper) {
-      sums.AddNeighbour(span.upper, span.upperMask, plan.weights[kUpperLeft]);
-      sums.AddNeighbour(span.upper + 4, right(span.upperMask), plan.weights[kUpperRight]);
-    }
-    if (span.lower) {
-      sums.AddNeighbour(span.lower + 4, right(span.lowerMask), plan.weights[kLowerRight]);
-      sums.AddNeighbour(span.lower, span.lowerMask, plan.weights[kLowerLeft]);
-    }
-    // Weights above 1 leave less than nothing, which does not count.
-    sums.AddColours(D::LoadPixels(span.to), D::NotBelow0(sums.rest));
-    D::StorePixels(span.to,
-                   D::Clamped(D::ToInt32(sums.blue), D::ToInt32(sums.green), D::ToInt32(sums.red), top));
-  });
-}
 
 // ---- products by factors
 
@@ -134,6 +53,9 @@ PIXMORPH_INLINE void DrawCopies(const DrawPlan& plan, const DrawSpan& whole, std
 
 // ---- pixels that nothing reaches
 
+// How far ahead of the loads the caches are told what comes. [bytes]
+constexpr int kTopsAhead = 2048;
+
 // Only their top bytes can change, and mostly don't: reading is cheaper than writing.
 template <class V>
 PIXMORPH_INLINE void RewriteTops(std::uint8_t* to, std::int32_t count, std::uint32_t top) {
@@ -141,6 +63,7 @@ PIXMORPH_INLINE void RewriteTops(std::uint8_t* to, std::int32_t count, std::uint
   const V tops = V::Set32(top), mask = V::Set32(0xFF000000);
   std::int32_t x = 0;
   for (; x + kAtOnce * V::kPixels <= count; x += kAtOnce * V::kPixels) {
+    for (int i = 0; i < kAtOnce * V::kBytes; i += 64) __builtin_prefetch(to + x * 4 + kTopsAhead + i);
     V differences = V::Zero();
     for (int i = 0; i < kAtOnce; ++i)
       differences = V::Or(differences, V::Xor(V::Load(to + (x + i * V::kPixels) * 4), tops));
@@ -199,6 +122,8 @@ PIXMORPH_INLINE void DrawSpanOf(const DrawPlan& plan, const DrawSpan& span, std:
     DrawQuick<V, true>(plan, span, count);
   else if (plan.quick && span.upper && span.lower)
     DrawQuick<V, false>(plan, span, count);
+  else if (IsHalfway(plan, span))
+    DrawHalfway<D>(plan, span, count);
   else
     DrawDoubles<D>(plan, span, count);
 }

@@ -179,7 +179,12 @@ struct VecAvx2Doubles {
   PIXMORPH_INLINE_MEMBER static Sum AddWhole(Sum sum, Self a) {
     return {_mm256_add_pd(sum.r, _mm256_round_pd(a.r, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC))};
   }
+  PIXMORPH_INLINE_MEMBER static Sum AddSums(Sum a, Sum b) { return {_mm256_add_pd(a.r, b.r)}; }
   PIXMORPH_INLINE_MEMBER static Pixels ToInt32(Sum sum) { return _mm256_cvttpd_epi32(sum.r); }
+  // All lanes moved up by one, with the last one of `earlier` in front.
+  PIXMORPH_OP Before(Self earlier, Self a) {
+    return {_mm256_shuffle_pd(_mm256_permute2f128_pd(earlier.r, a.r, 0x21), a.r, 0x5)};
+  }
 
   // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
   PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {

@@ -161,7 +161,13 @@ struct VecAvx512Doubles {
   PIXMORPH_INLINE_MEMBER static Sum AddWhole(Sum sum, Self a) {
     return {_mm512_add_pd(sum.r, _mm512_roundscale_pd(a.r, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC))};
   }
+  PIXMORPH_INLINE_MEMBER static Sum AddSums(Sum a, Sum b) { return {_mm512_add_pd(a.r, b.r)}; }
   PIXMORPH_INLINE_MEMBER static Pixels ToInt32(Sum sum) { return _mm512_cvttpd_epi32(sum.r); }
+  // All lanes moved up by one, with the last one of `earlier` in front.
+  PIXMORPH_OP Before(Self earlier, Self a) {
+    return {_mm512_castsi512_pd(
+        _mm512_alignr_epi64(_mm512_castpd_si512(a.r), _mm512_castpd_si512(earlier.r), 7))};
+  }
 
   // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
   PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {

@@ -181,7 +181,13 @@ struct VecSse2Doubles {
   PIXMORPH_INLINE_MEMBER static Sum AddWhole(Sum sum, Self a) {
     return _mm_add_epi32(sum, _mm_cvttpd_epi32(a.r));
   }
+  PIXMORPH_INLINE_MEMBER static Sum AddSums(Sum a, Sum b) { return _mm_add_epi32(a, b); }
   PIXMORPH_INLINE_MEMBER static Pixels ToInt32(Sum sum) { return sum; }
+  // All lanes moved up by one, with the last one of `earlier` in front.
+  PIXMORPH_OP Before(Self earlier, Self a) { return {_mm_shuffle_pd(earlier.r, a.r, 0x1)}; }
+  PIXMORPH_INLINE_MEMBER static Sum Before(Sum earlier, Sum a) {
+    return _mm_unpacklo_epi32(_mm_srli_si128(earlier, 4), a);
+  }
 
   // Pixels of channels that are clamped to 0 .. 255; `top` is in that range.
   PIXMORPH_INLINE_MEMBER static Pixels Clamped(Pixels blue, Pixels green, Pixels red, Pixels top) {

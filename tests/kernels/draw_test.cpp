@@ -52,6 +52,7 @@ double RandomOpacity(test::Random& random) {
 }
 
 double RandomShare(test::Random& random) {
+  if (random.OneIn(4)) return 0.5;
   return random.OneIn(3) ? 0 : random.OneIn(2) ? random.Between(1, 19) / 20.0 : random.Real(0, 1);
 }
 
