@@ -4,11 +4,11 @@ set(PIXMORPH_DOC_PATTERNS FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN 
   PATTERN data EXCLUDE PATTERN man EXCLUDE)
 
 install(TARGETS pixmorph_plugin LIBRARY DESTINATION lib/pixmorph COMPONENT library)
-install(FILES README.md CHANGELOG.md DESTINATION share/doc/pixmorph COMPONENT library)
+install(FILES README.md CHANGELOG.md cmake/copyright DESTINATION share/doc/pixmorph COMPONENT library)
 install(DIRECTORY docs DESTINATION share/doc/pixmorph COMPONENT library ${PIXMORPH_DOC_PATTERNS})
 
 install(TARGETS pixmorph_plugin LIBRARY DESTINATION . COMPONENT dropin)
-install(FILES README.md CHANGELOG.md DESTINATION . COMPONENT dropin)
+install(FILES README.md CHANGELOG.md cmake/copyright DESTINATION . COMPONENT dropin)
 install(DIRECTORY docs DESTINATION . COMPONENT dropin ${PIXMORPH_DOC_PATTERNS})
 install(SCRIPT cmake/checksums.cmake COMPONENT dropin)
 

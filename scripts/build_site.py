@@ -1,16 +1,19 @@
 #!/usr/bin/env python3
-"""Makes a static site of the pages in docs.
-
-usage: build_site.py [FOLDER]    (default: out/site)
+"""Makes a static site: the README's first half as the start page, the pages in docs, the command's manual.
 
 Needs the package python3-markdown and installs it where it is missing.
 """
+import argparse
 import os
 import pathlib
 import re
 import shutil
 import subprocess
 import sys
+
+sys.dont_write_bytecode = True
+
+from docs.manual import manual_as_markdown  # noqa: E402
 
 PACKAGE = "python3-markdown"
 
@@ -41,17 +44,18 @@ def load_markdown():
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCS = ROOT / "docs"
+README, MANUAL = ROOT / "README.md", DOCS / "man" / "pixmorph.1.scd"
 STYLE = pathlib.Path(__file__).resolve().parent / "docs" / "site.css"
-START = "guide/tasks.md"
+SHOWN_OF_README = "## Where things are"   # up to here; the rest is for those who change the code
 
 # The navigation: headings and their pages in reading order. Pages that are not listed follow their folder's.
 NAVIGATION = [
-    ("Start", [START]),
-    ("Methods", ["reference/scale.md", "reference/scale-image-and-mask.md", "reference/scaling.md",
-                 "reference/blur.md", "reference/draw-picture.md"]),
-    ("Guide", ["guide/kernels.md", "guide/edges.md", "guide/rounding.md", "guide/transparency.md",
-               "guide/yielding.md", "guide/limits.md"]),
-    ("Inside", ["performance.md", "architecture.md", "testing.md"]),
+    ("Start", ["index", "guide/tasks", "command"]),
+    ("Methods", ["reference/scale", "reference/scale-image-and-mask", "reference/scaling", "reference/blur",
+                 "reference/draw-picture"]),
+    ("Guide", ["guide/kernels", "guide/edges", "guide/rounding", "guide/transparency", "guide/yielding",
+               "guide/limits"]),
+    ("Inside", ["performance", "architecture", "testing"]),
     ("Decisions", []),
 ]
 FOLDERS = {"guide": "Guide", "reference": "Methods", "decisions": "Decisions"}
@@ -78,100 +82,118 @@ PAGE = """<!DOCTYPE html>
 """
 
 
-def source_pages():
-    return sorted(path.relative_to(DOCS).as_posix() for path in DOCS.rglob("*.md"))
+class Source:
+    """What a page is made of. `name`: its place on the site without the ending; `path`: the file it comes from."""
+
+    def __init__(self, name, path, text):
+        self.name, self.path, self.text = name, path, text
+        self.title = text.split("\n", 1)[0].lstrip("# ").replace("`", "").strip()
+        self.label = "Overview" if name == "index" else self.title
+
+    def way_to(self, place):
+        """A link from this page to a place on the site."""
+        return os.path.relpath(place, os.path.dirname(self.name) or ".")
 
 
-def title_of(page):
-    line = (DOCS / page).read_text(encoding="utf-8").split("\n", 1)[0]
-    return line.lstrip("# ").replace("`", "").strip()
+def sources():
+    """All pages, by the file that each comes from."""
+    found = [Source("index", README, README.read_text(encoding="utf-8").split(SHOWN_OF_README)[0]),
+             Source("command", MANUAL, manual_as_markdown(MANUAL.read_text(encoding="utf-8")))]
+    for path in sorted(DOCS.rglob("*.md")):
+        name = path.relative_to(DOCS).with_suffix("").as_posix()
+        found.append(Source(name, path, path.read_text(encoding="utf-8")))
+    return {source.path: source for source in found}
 
 
-def navigation_order(pages):
-    groups = {heading: [page for page in listed if page in pages] for heading, listed in NAVIGATION}
-    known = {page for listed in groups.values() for page in listed}
-    for page in pages:
-        if page not in known:
-            groups[FOLDERS.get(page.split("/")[0], "Inside")].append(page)
-    return {heading: listed for heading, listed in groups.items() if listed}
+def navigation_groups(pages):
+    by_name = {source.name: source for source in pages.values()}
+    groups = {heading: [by_name.pop(name) for name in listed] for heading, listed in NAVIGATION}
+    for name, source in by_name.items():
+        groups[FOLDERS.get(name.split("/")[0], "Inside")].append(source)
+    return groups
 
 
-def navigation(groups, titles, current, up):
+def navigation(groups, current):
     parts = []
-    for heading, pages in groups.items():
+    for heading, listed in groups.items():
         parts.append(f"<h2>{heading}</h2><ul>")
-        for page in pages:
-            mark = ' aria-current="page"' if page == current else ""
-            parts.append(f'<li><a href="{up}{html_name(page)}"{mark}>{titles[page]}</a></li>')
+        for source in listed:
+            mark = ' aria-current="page"' if source is current else ""
+            parts.append(f'<li><a href="{current.way_to(source.name)}.html"{mark}>{source.label}</a></li>')
         parts.append("</ul>")
     return "".join(parts)
 
 
-def html_name(page):
-    return page.removesuffix(".md") + ".html"
+def with_site_links(body, source, pages):
+    """Links lead to the site's pages and pictures; those to files that are not on it keep their text only."""
+    def target_of(link):
+        place = source.path.parent.joinpath(link).resolve()
+        if place.is_dir():
+            place = min(place.glob("*.md"), default=place)
+        if place in pages:
+            return source.way_to(pages[place].name) + ".html"
+        return source.way_to(place.relative_to(DOCS)) if DOCS in place.parents and place.is_file() else None
 
-
-def with_site_links(body, page):
-    """Links between pages lead to the site's pages; those to files that are not on the site keep their text only."""
     def link(match):
         target, anchor, text = match[1], match[2] or "", match[3]
         if "://" in target or not target:
             return match[0]
-        place = (DOCS / page).parent.joinpath(target).resolve()
-        if place.is_dir() and (place / "README.md").exists():
-            target = target.rstrip("/") + "/README.md"
-        elif place.is_dir() and place.parent == DOCS:
-            first = min(path.name for path in place.glob("*.md"))
-            target = f"{target.rstrip('/')}/{first}"
-        elif not place.is_relative_to(DOCS):
-            return text
-        return f'<a href="{html_name(target)}{anchor}">{text}</a>'
+        found = target_of(target)
+        return f'<a href="{found}{anchor}">{text}</a>' if found else text
 
-    return re.sub(r'<a href="([^"#]*)(#[^"]*)?">(.*?)</a>', link, body, flags=re.S)
+    body = re.sub(r'<a href="([^"#]*)(#[^"]*)?">(.*?)</a>', link, body, flags=re.S)
+    return re.sub(r'(<img [^>]*src=")([^"]+)', lambda match: match[1] + (target_of(match[2]) or match[2]), body)
 
 
-def convert(page):
-    text = (DOCS / page).read_text(encoding="utf-8")
+def convert(source, pages):
     # Other readers of Markdown let a list follow a paragraph directly.
-    text = re.sub(r"^(?![-\s|#])(.+:)\n(- )", r"\1\n\n\2", text, flags=re.M)
-    body = load_markdown().markdown(text, extensions=["tables", "fenced_code", "toc"], output_format="html")
+    text = re.sub(r"^(?![-\s|#])(.+:)\n(- )", r"\1\n\n\2", source.text, flags=re.M)
+    extensions = ["tables", "fenced_code", "toc", "def_list"]
+    body = load_markdown().markdown(text, extensions=extensions, output_format="html")
     body = re.sub(r"<table>.*?</table>", r'<div class="scroll" tabindex="0">\g<0></div>', body, flags=re.S)
     body = re.sub(r"<pre>", '<pre tabindex="0">', body)
     body = re.sub(r"<p>(?=<img )", '<p class="picture">', body)
     body = re.sub(r"<img ", '<img loading="lazy" ', body)
-    return with_site_links(body, page)
+    return with_site_links(body, source, pages)
 
 
-def write_page(folder, name, page, groups, titles):
-    up = "../" * name.count("/")
-    target = folder / name
+def write_page(folder, source, pages, groups):
+    target = folder / f"{source.name}.html"
     target.parent.mkdir(parents=True, exist_ok=True)
-    body = convert(page)
-    if name == "index.html":
-        # The start page stands in another folder than its source.
-        body = re.sub(r'(href|src)="\.\./', r'\1="', re.sub(r'(href|src)="(?![./#]|\w+:)', r'\1="guide/', body))
-    shown = PAGE.format(title=titles[page], kind=page.split("/")[0].removesuffix(".md"), up=up, body=body,
-                        navigation=navigation(groups, titles, page, up))
+    shown = PAGE.format(title=source.title, kind=source.name.split("/")[0], up=source.way_to(".") + "/",
+                        body=convert(source, pages), navigation=navigation(groups, source))
     target.write_text(shown, encoding="utf-8")
 
 
-def main():
-    folder = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else ROOT / "out" / "site"
-    pages = source_pages()
-    titles = {page: title_of(page) for page in pages}
-    groups = navigation_order(pages)
+def emptied(folder):
+    """The folder, made or emptied; only a site made before is thrown away."""
+    if folder.exists() and (not folder.is_dir() or any(folder.iterdir()) and not (folder / STYLE.name).exists()):
+        sys.exit(f"build_site.py: {folder} is there and holds no site; name another folder")
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
-    for page in pages:
-        write_page(folder, html_name(page), page, groups, titles)
-    write_page(folder, "index.html", START, groups, titles)
+    return folder
+
+
+def copy_pictures(folder):
     for pattern in ("*.png", "*.jpg", "*.svg"):
         for file in DOCS.rglob(pattern):
             target = folder / file.relative_to(DOCS)
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(file, target)
-    shutil.copyfile(STYLE, folder / "site.css")
-    print(f"{len(pages)} pages in {folder}")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("folder", nargs="?", type=pathlib.Path, default=ROOT / "out" / "site",
+                        help="where the site goes (default: out/site)")
+    folder = emptied(parser.parse_args().folder)
+    pages = sources()
+    groups = navigation_groups(pages)
+    for source in pages.values():
+        write_page(folder, source, pages, groups)
+    copy_pictures(folder)
+    shutil.copyfile(STYLE, folder / STYLE.name)
+    print(f"{len(pages)} pages in {folder}: start with {folder / 'index.html'}")
 
 
 if __name__ == "__main__":

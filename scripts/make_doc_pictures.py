@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes the pictures and measured figures of the pages with the built command: docs/media and docs/data.
 
-usage: make_doc_pictures.py PIXMORPH [PART ...]     parts: examples, sheets, measured; all without any
+usage: make_doc_pictures.py PIXMORPH [PART ...]     parts: examples, sheets, footprints, measured; all without any
 """
 import json
 import math
@@ -10,7 +10,7 @@ import sys
 
 sys.dont_write_bytecode = True
 
-from docs import measure, plots, sheets  # noqa: E402
+from docs import footprints, measure, plots, sheets  # noqa: E402
 from docs.command import Command  # noqa: E402
 from docs.examples import Example, examples  # noqa: E402
 from docs.picture import write_png  # noqa: E402
@@ -46,6 +46,7 @@ def make_sheets(command):
     write_png(MEDIA / "zone-plate.png", sheets.reduced_sheet(command, sheets.zone_plate(300), 3))
     write_png(MEDIA / "text.png", sheets.enlarged_sheet(command, sheets.line_of_text(), 4))
     write_png(MEDIA / "hard-edge.png", sheets.enlarged_sheet(command, sheets.hard_edge(), 8))
+    write_png(MEDIA / "fringes.png", sheets.fringes(command))
     write_png(MEDIA / "differences.png", sheets.differences(command, PHOTOS))
 
 
@@ -67,6 +68,10 @@ def make_measured(command):
                  "Gain in decibels by frequency in cycles a source pixel")
 
 
+def make_footprints(command):
+    footprints.draw(MEDIA / "footprints.svg", footprints.measure(command))
+
+
 def too_large():
     sizes = {file.name: file.stat().st_size for file in MEDIA.iterdir()}
     faults = [f"{name}: {size} bytes, at most {MOST_BYTES} wanted" for name, size in sizes.items() if size > MOST_BYTES]
@@ -76,7 +81,8 @@ def too_large():
 
 
 def main():
-    parts = {"examples": make_examples, "sheets": make_sheets, "measured": make_measured}
+    parts = {"examples": make_examples, "sheets": make_sheets, "footprints": make_footprints,
+             "measured": make_measured}
     MEDIA.mkdir(exist_ok=True)
     DATA.mkdir(exist_ok=True)
     with Command(sys.argv[1]) as command:

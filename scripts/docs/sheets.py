@@ -15,6 +15,8 @@ DETAIL_SIDE = 12
 ENLARGED_DETAIL = (156, 104)  # left and top of the eye in the photograph itself
 ENLARGED_SIDE = 24
 
+TINT, DARK = (206, 64, 58), (32, 36, 44)
+
 EIGHT = [(KERNELS[mode], mode) for mode in KERNELS] + [("ScaleKTZ", None)]
 
 
@@ -110,3 +112,30 @@ def differences(command, media):
             row[:] = bytes(max(0, min(255, 128 + 8 * (a - b))) for a, b in zip(mine, other))
         cells.append((label, cell))
     return sheet(cells, 4)
+
+
+def fringes(command):
+    """A disc reduced with its transparency and drawn onto a dark ground: cut out of white, and out of its own colour."""
+    side, divisor, zoom = 96, 6, 6
+    small = side // divisor
+    ground = Picture(small, small, 3)
+    for row in ground.rows:
+        row[:] = bytes(DARK) * small
+    cells = []
+    for label, around in (("cut out", (255, 255, 255)), ("same tint", TINT)):
+        reduced = command.new_file()
+        command.report("scale-mask", command.save(_disc(side, around)), reduced, "--size", f"{small}x{small}")
+        drawn = command.new_file()
+        command.report("draw", reduced, command.save(ground), drawn, "--at", "0,0")
+        cells.append((label, read_png(drawn).repeated(zoom)))
+    return sheet(cells, len(cells))
+
+
+def _disc(side, around):
+    """Opaque inside; outside transparent, with a colour all the same."""
+    picture = Picture(side, side, 4)
+    for y in range(side):
+        for x in range(side):
+            inside = math.hypot(x - (side - 1) / 2, y - (side - 1) / 2) < side * 0.42
+            picture.rows[y][4 * x:4 * x + 4] = bytes((*(TINT if inside else around), 255 * inside))
+    return picture

@@ -61,7 +61,8 @@ class Packages(unittest.TestCase):
         found = files_in(root)
         wanted = ["usr/lib/pixmorph/libpixmorph.so", "usr/share/bash-completion/completions/pixmorph",
                   "usr/share/zsh/vendor-completions/_pixmorph", "usr/share/fish/vendor_completions.d/pixmorph.fish",
-                  "usr/share/doc/pixmorph/README.md", "usr/share/doc/pixmorph/docs/architecture.md"]
+                  "usr/share/doc/pixmorph/README.md", "usr/share/doc/pixmorph/copyright",
+                  "usr/share/doc/pixmorph/docs/architecture.md"]
         for name in wanted + (["usr/share/man/man1/pixmorph.1"] if MANUAL else []):
             self.assertTrue(any(file in (name, name + ".gz") for file in found), (name, found))
         field = lambda name: run("dpkg-deb", "-f", self.deb, name).strip()
