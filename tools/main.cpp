@@ -12,7 +12,7 @@
 namespace tool {
 namespace {
 
-std::string Footer() {
+std::string ExitCodes() {
   std::string text = "Exit codes:\n";
   for (const ExitRow& row : kExitRows) {
     const std::string code = std::to_string(static_cast<int>(row.code));
@@ -49,6 +49,12 @@ const CLI::App& Chosen(const CLI::App& app) {
   return *chosen;
 }
 
+// What is typed to get there: "pixmorph batch".
+std::string Words(const CLI::App& command) {
+  const CLI::App* parent = command.get_parent();
+  return (parent ? Words(*parent) + " " : "") + command.get_name();
+}
+
 // The parser's own sentence, and for a mistyped option of the command the nearest one.
 std::string UsageSentence(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App& command = Chosen(app);
@@ -60,7 +66,13 @@ std::string UsageSentence(const CLI::App& app, const CLI::ParseError& error) {
     }
     return "there is no option " + extra + DidYouMean(extra, known);
   }
-  return std::string(error.what()) + ": see --help";
+  const std::string said = error.what();
+  if (dynamic_cast<const CLI::ConversionError*>(&error))  // "Could not convert: --radius = abc"
+    return "can't read" + said.substr(said.find(':') + 1) + ": a number belongs there";
+  if (command.get_require_subcommand_min() > 0 && command.get_subcommands().empty())
+    return "a command is missing, such as \"" + Words(command) + " " +
+           command.get_subcommands([](const CLI::App*) { return true; }).front()->get_name() + "\": see --help";
+  return said + ": see --help";
 }
 
 int Report(const Failure& failure, bool json) {
@@ -72,12 +84,12 @@ int Report(const Failure& failure, bool json) {
 }
 
 void DefineCommands(CLI::App& app, Options& options, std::function<void()>* chosen) {
-  app.footer(Footer());
+  app.footer(ExitCodes());
   app.require_subcommand(1);
   app.set_version_flag("--version", "pixmorph " PIXMORPH_VERSION, "print the version and exit");
   for (const Command& command : kCommands) {
     CLI::App* sub = app.add_subcommand(command.name, command.help);
-    sub->footer(Footer());
+    if (command.example) sub->footer(std::string("Example:\n  ") + command.example + "\n\n" + ExitCodes());
     if (!command.shown) sub->group("");
     AddCommonOptions(*sub, options, command.common);
     Arguments list(*sub);
@@ -89,10 +101,7 @@ void DefineCommands(CLI::App& app, Options& options, std::function<void()>* chos
 
 std::string HelpText(const CLI::App& app) {
   const CLI::App& asked = Chosen(app);
-  std::string names;
-  for (const CLI::App* parent = asked.get_parent(); parent; parent = parent->get_parent())
-    names = parent->get_name() + (names.empty() ? "" : " ") + names;
-  return asked.help(names);
+  return asked.help(asked.get_parent() ? Words(*asked.get_parent()) : "");
 }
 
 void ParseAndRun(int argc, char** argv, Options& options) {

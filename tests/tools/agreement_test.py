@@ -2,11 +2,13 @@
 
 usage: agreement_test.py COMMAND SOURCE_FOLDER VERSION
 """
+import os
 import pathlib
 import re
 import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 
 COMMAND, SOURCE, VERSION = sys.argv[1], pathlib.Path(sys.argv[2]), sys.argv[3]
@@ -99,6 +101,25 @@ class Agreement(unittest.TestCase):
                 ask = f"{script}\ncomplete -C 'pixmorph {' '.join(path)} --'"
                 offered = {line.split("\t")[0] for line in output("fish", "-c", ask).splitlines()}
                 self.assertEqual(offered, options, path)
+
+    def test_every_example_runs(self):
+        """Those of the helps and the manual, in a folder with a photograph and a logo of the names that they use."""
+        examples = re.findall(r"^\t(pixmorph .*)$", MANUAL, re.M)
+        self.assertGreater(len(examples), 3)
+        for path in self.helps:
+            text = output(COMMAND, *path, "--help")
+            told = re.search(r"^Example:\n  (.*)$", text, re.M)
+            self.assertTrue(told or len(path) != 1, f"the help of {path} has no example")
+            examples += [told.group(1)] if told else []
+        for example in examples:
+            with tempfile.TemporaryDirectory() as folder, self.subTest(example):
+                os.mkdir(os.path.join(folder, "photos"))
+                for name, there in (("chelsea", "photo"), ("coffee", "photos/one"), ("rocket", "photos/two")):
+                    shutil.copy(SOURCE / f"media/{name}.jpg", f"{folder}/{there}.jpg")
+                shutil.copy(SOURCE / "media/badge.png", f"{folder}/logo.png")
+                line = re.sub(r"\\(.)", r"\1", example.replace("pixmorph", f"'{COMMAND}'", 1))
+                done = subprocess.run(["sh", "-c", line], cwd=folder, capture_output=True, text=True, timeout=300)
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
 
     def test_one_version_everywhere(self):
         self.assertEqual(output(COMMAND, "--version"), f"pixmorph {VERSION}\n")

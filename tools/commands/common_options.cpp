@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <map>
 
 #include "tools/commands/arguments.h"
 #include "tools/failure.h"
@@ -22,16 +21,22 @@ void SetHostVersion(const std::string& text, Options& options) {
   options.hostVersion = version;
 }
 
+void SetMode(const std::string& text, Options& options) {
+  for (const standin::Mode mode : {standin::Mode::kConsole, standin::Mode::kCairo, standin::Mode::kGdk}) {
+    if (CLI::detail::to_lower(text) != NameOf(mode)) continue;
+    options.mode = mode;
+    return;
+  }
+  throw Failure(Exit::kUsage, "there is no mode \"" + text + "\": take --mode console, cairo or gdk");
+}
+
 void AddRuntimeOptions(CLI::App& app, Options& options) {
   app.add_option("--library", options.library, "the plugin library (default: the one beside this program)")
       ->type_name("PATH")
       ->group(kRuntimeGroup);
-  static const std::map<std::string, standin::Mode> kModes = {
-      {"console", standin::Mode::kConsole}, {"cairo", standin::Mode::kCairo}, {"gdk", standin::Mode::kGdk}};
-  app.add_option("--mode", options.mode,
-                 "where pictures live: console (default), cairo, gdk (needs a display or Xvfb)")
-      ->transform(CLI::Transformer(kModes, CLI::ignore_case).description(""))
-      ->check(CLI::IsMember({0, 1, 2}).description(""))
+  app.add_option_function<std::string>(
+         "--mode", [&options](const std::string& text) { SetMode(text, options); },
+         "where pictures live: console (default), cairo, gdk (needs a display or Xvfb)")
       ->type_name("console|cairo|gdk")
       ->group(kRuntimeGroup);
   app.add_option_function<std::string>(
