@@ -12,9 +12,10 @@ namespace tool {
 namespace {
 
 void PrintTable() {
-  std::printf("%-5s %-9s %-8s %-59s %s\n", "MODE", "NAME", "SUPPORT", "SHAPE", "BEST FOR");
+  std::printf("%-5s %-9s %-21s %-8s %-59s %s\n", "MODE", "NAME", "ALSO", "SUPPORT", "SHAPE", "BEST FOR");
   for (const KernelRow& row : KernelRows())
-    std::printf("%-5d %-9s %-8s %-59s %s\n", row.mode, row.name, row.support, row.shape, row.bestFor);
+    std::printf("%-5d %-9s %-21s %-8s %-59s %s\n", row.mode, row.name, row.aliases, row.support, row.shape,
+                row.bestFor);
 }
 
 void PrintJson() {
@@ -22,6 +23,7 @@ void PrintJson() {
   for (const KernelRow& row : KernelRows()) {
     list.push_back({{"mode", row.mode},
                     {"name", row.name},
+                    {"aliases", row.aliases},
                     {"support", std::stod(row.support)},
                     {"shape", row.shape},
                     {"bestFor", row.bestFor}});

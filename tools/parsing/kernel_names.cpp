@@ -1,5 +1,6 @@
 #include "tools/parsing/kernel_names.h"
 
+#include <sstream>
 #include <vector>
 
 #include "tools/failure.h"
@@ -9,25 +10,18 @@ namespace tool {
 namespace {
 
 constexpr std::array<KernelRow, kKernelCount> kRows = {{
-    {1, "triangle", "1", "linear interpolation", "quick, soft enlargements; smooth gradients"},
+    {1, "triangle", "1", "linear interpolation", "quick, soft enlargements; smooth gradients",
+     "linear bilinear tent"},
     {2, "box", "0.5", "nearest pixel when enlarging, plain average when shrinking",
-     "pixel art enlarged, fast thumbnails"},
-    {3, "lanczos3", "3", "windowed sinc, three lobes", "photographs in both directions; the usual choice"},
-    {4, "lanczos8", "8", "windowed sinc, eight lobes", "the finest detail, at the price of time and ringing"},
-    {5, "mitchell", "2", "cubic, B = C = 1/3", "portraits and skies: no visible ringing, a little soft"},
-    {6, "poly3", "2", "cubic convolution, a = -0.75", "crisp enlargements at little cost"},
-    {7, "cubic", "3", "cubic convolution over six samples", "sharp enlargements with little overshoot"},
+     "pixel art enlarged, fast thumbnails", "average"},
+    {3, "lanczos3", "3", "windowed sinc, three lobes", "photographs in both directions; the usual choice", "lanczos"},
+    {4, "lanczos8", "8", "windowed sinc, eight lobes", "the finest detail, at the price of time and ringing",
+     ""},
+    {5, "mitchell", "2", "cubic, B = C = 1/3", "portraits and skies: no visible ringing, a little soft",
+     "mitchell-netravali"},
+    {6, "poly3", "2", "cubic convolution, a = -0.75", "crisp enlargements at little cost", ""},
+    {7, "cubic", "3", "cubic convolution over six samples", "sharp enlargements with little overshoot", ""},
 }};
-
-struct Alias {
-  const char* folded;
-  int mode;
-};
-
-// Only names under which the very same kernel is known elsewhere.
-constexpr Alias kAliases[] = {
-    {"linear", 1}, {"bilinear", 1}, {"tent", 1}, {"average", 2}, {"lanczos", 3}, {"mitchellnetravali", 5},
-};
 
 struct NotOffered {
   const char* folded;
@@ -47,10 +41,29 @@ constexpr NotOffered kNotOffered[] = {
     {"area", "\"pixmorph scale\" averages areas; among the kernels \"box\" is the nearest to it"},
 };
 
+// The row's own name first.
+std::vector<std::string> NamesOf(const KernelRow& row) {
+  std::vector<std::string> names = {row.name};
+  std::istringstream aliases(row.aliases);
+  for (std::string alias; aliases >> alias;) names.push_back(alias);
+  return names;
+}
+
+const KernelRow* Named(const std::string& folded) {
+  for (const KernelRow& row : kRows) {
+    if (folded == std::to_string(row.mode)) return &row;
+    for (const std::string& name : NamesOf(row)) {
+      if (folded == FoldName(name)) return &row;
+    }
+  }
+  return nullptr;
+}
+
 std::vector<std::string> AllNames() {
   std::vector<std::string> names;
-  for (const KernelRow& row : kRows) names.emplace_back(row.name);
-  for (const Alias& alias : kAliases) names.emplace_back(alias.folded);
+  for (const KernelRow& row : kRows) {
+    for (const std::string& name : NamesOf(row)) names.push_back(name);
+  }
   return names;
 }
 
@@ -69,12 +82,7 @@ const std::array<KernelRow, kKernelCount>& KernelRows() { return kRows; }
 
 const KernelRow& ParseKernel(std::string_view text) {
   const std::string folded = FoldName(text);
-  for (const KernelRow& row : kRows) {
-    if (folded == row.name || folded == std::to_string(row.mode)) return row;
-  }
-  for (const Alias& alias : kAliases) {
-    if (folded == alias.folded) return kRows[static_cast<std::size_t>(alias.mode - 1)];
-  }
+  if (const KernelRow* row = Named(folded)) return *row;
   const std::string quoted = "there is no kernel \"" + std::string(text) + "\": ";
   for (const NotOffered& other : kNotOffered) {
     if (folded == other.folded) throw Failure(Exit::kUsage, quoted + other.instead);

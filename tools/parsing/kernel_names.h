@@ -14,6 +14,7 @@ struct KernelRow {
   const char* support;  // source pixels to each side of the centre when enlarging
   const char* shape;
   const char* bestFor;
+  const char* aliases;  // other names of the very same kernel, with blanks between them
 };
 
 constexpr int kKernelCount = 7;
