@@ -43,8 +43,12 @@ bench=build/$preset/pixmorph_bench
 # shellcheck disable=SC2086
 $bench --rounds "$rounds" $peers --tsv out/bench/table.tsv | tee out/bench/table.txt
 head -n 1 out/bench/table.txt >out/bench/origin.txt
-for isa in avx2 sse41 sse2 scalar; do
-  $bench --rounds "$([ $isa = scalar ] && echo 1 || echo "$rounds")" --isa $isa --tsv "out/bench/table-$isa.tsv" || true
+for isa in avx512 avx2 sse41 sse2 scalar; do
+  turns=$rounds against=
+  [ $isa != scalar ] || turns=1
+  case $isa in sse2 | avx2) against=$peers ;; esac
+  # shellcheck disable=SC2086
+  $bench --rounds "$turns" --isa $isa $against --tsv "out/bench/table-$isa.tsv" || true
 done
 for store in cairo gdk; do
   display=()

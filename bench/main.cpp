@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -19,7 +20,7 @@ struct Options {
   std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
   std::string store = "console";
   int rounds = 7;
-  bool peers = false, gaps = false, memory = false, checksums = false;
+  bool list = false, peers = false, gaps = false, memory = false, checksums = false;
 };
 
 struct Contestant {
@@ -37,10 +38,15 @@ std::vector<std::unique_ptr<Peer>> MakePeers(const Options& options) {
     else
       std::fprintf(stderr, "bench: %s is not installed, going on without it\n", name);
   };
+  const PeerLevel level = options.isa == "sse2"   ? PeerLevel::kSse2
+                          : options.isa == "avx2" ? PeerLevel::kAvx2
+                                                  : PeerLevel::kBest;
+  LimitByEnvironment(level);
+  add("memory", MakeMemoryFloor());
   add("pixman", MakePixman());
   add("gdk-pixbuf", MakeGdkPixbuf());
-  add("libswscale", MakeSwscale());
-  add("zimg", MakeZimg());
+  add("libswscale", MakeSwscale(level));
+  add("zimg", MakeZimg(level));
   add("stb_image_resize", MakeStb());
   add("Pillow", MakePython("pillow", options.script));
   add("OpenCV", MakePython("opencv", options.script));
@@ -103,12 +109,26 @@ class Report {
   std::ofstream tsv_;
 };
 
+// Those that the filter lets through; a whole name means that one alone.
+std::vector<Workload> Chosen(const Options& options) {
+  std::vector<Workload> chosen;
+  for (const Workload& workload : StandardWorkloads()) {
+    if (workload.name == options.filter) return {workload};
+    if (workload.name.find(options.filter) != std::string::npos) chosen.push_back(workload);
+  }
+  return chosen;
+}
+
+void PrintList(const Options& options) {
+  for (const Workload& w : Chosen(options))
+    std::printf("%s\t%d\n", w.name.c_str(), std::max(w.sourceWidth * w.sourceHeight, w.width * w.height));
+}
+
 void RunTable(const Options& options, Subject& subject) {
   const auto peers = MakePeers(options);
   Yardstick yardstick;
   Report report(options);
-  for (const Workload& workload : StandardWorkloads()) {
-    if (workload.name.find(options.filter) == std::string::npos) continue;
+  for (const Workload& workload : Chosen(options)) {
     auto line = Line(subject, peers, workload);
     const Summary copy = Play(line, yardstick, options.rounds);
     report.Add("table", 0, workload, line, copy.median);
@@ -133,8 +153,7 @@ void RunSweep(const Options& options, Subject& subject) {
 void RunGaps(const Options& options, Subject& subject) {
   std::printf("# longest gap between yields with interval -10, least of %d runs, ms\n", options.rounds);
   Report report(options);
-  for (const Workload& workload : StandardWorkloads()) {
-    if (workload.name.find(options.filter) == std::string::npos) continue;
+  for (const Workload& workload : Chosen(options)) {
     Contestant contestant{"pixmorph", "longest gap", {}};
     double least = subject.LongestGap(workload);
     for (int round = 1; round < options.rounds; ++round)
@@ -149,8 +168,7 @@ void RunMemory(const Options& options, Subject& subject) {
   std::printf("# most memory held by the plugin besides the pictures, bytes\n");
   std::ofstream tsv(options.tsv.empty() ? "/dev/null" : options.tsv);
   tsv << "series\tworkload\tbytes\n";
-  for (const Workload& workload : StandardWorkloads()) {
-    if (workload.name.find(options.filter) == std::string::npos) continue;
+  for (const Workload& workload : Chosen(options)) {
     const long long bytes = subject.PeakBytes(workload);
     if (bytes < 0) throw std::runtime_error("memory is counted by the 32-bit program only");
     std::printf("%-22s %12lld\n", workload.name.c_str(), bytes);
@@ -169,9 +187,12 @@ Options Parse(int argc, char** argv, CLI::App& app) {
   app.add_option("--isa", o.isa, "Force a level: scalar, sse2, sse41, avx2, avx512 (default: the best)");
   app.add_option("--store", o.store, "Picture memory: console, cairo, cairo-alpha, gdk (default: console)")
       ->check(CLI::IsMember({"console", "cairo", "cairo-alpha", "gdk"}));
-  app.add_option("--filter", o.filter, "Only workloads whose name contains this");
+  app.add_option("--filter", o.filter, "Only workloads whose name contains this, or is this");
+  app.add_flag("--list", o.list, "Print the workloads' names and the pixels of their larger side instead");
   app.add_option("--rounds", o.rounds, "Rounds per workload (default: 7)")->check(CLI::Range(1, 1000));
-  app.add_flag("--peers", o.peers, "Measure the other libraries in the same run");
+  app.add_flag(
+      "--peers", o.peers,
+      "Measure the other libraries in the same run; with --isa sse2 or avx2 they get no more either");
   app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps or all")
       ->check(CLI::IsMember({"size", "radius", "taps", "all"}));
   app.add_flag("--gaps", o.gaps, "Measure the longest gap between two yields instead");
@@ -189,6 +210,7 @@ int main(int argc, char** argv) {
   CLI::App app("Measures the picture methods, as multiples of one memcpy of a 4000x3000 picture");
   try {
     const Options options = Parse(argc, argv, app);
+    if (options.list) return PrintList(options), 0;
     const int core = PinToOneCore();
     Subject subject(options.isa, options.store);
     if (options.checksums) return RunChecksums(subject), 0;

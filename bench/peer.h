@@ -41,11 +41,21 @@ class Peer {
 // Milliseconds that `work` takes.
 double TimeOf(const std::function<void()>& work);
 
+// Not a library: reads the source once and writes the result once, which nobody can do without.
+std::unique_ptr<Peer> MakeMemoryFloor();
+
+// Which instructions the libraries may use: all that the processor has, or none beyond these. Those that
+// can't be told go on with what they have.
+enum class PeerLevel { kBest, kAvx2, kSse2 };
+
+// For the libraries that read it from the environment; before the first of them is made.
+void LimitByEnvironment(PeerLevel level);
+
 // Each gives null when the library isn't installed.
 std::unique_ptr<Peer> MakePixman();
 std::unique_ptr<Peer> MakeGdkPixbuf();
-std::unique_ptr<Peer> MakeSwscale();
-std::unique_ptr<Peer> MakeZimg();
+std::unique_ptr<Peer> MakeSwscale(PeerLevel level);
+std::unique_ptr<Peer> MakeZimg(PeerLevel level);
 std::unique_ptr<Peer> MakeStb();
 // A Python process that runs Pillow and OpenCV in 64 bits, pinned like this one. `module` is "pillow" or
 // "opencv".

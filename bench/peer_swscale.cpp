@@ -65,7 +65,7 @@ class Swscale : public Peer {
 
 }  // namespace
 
-std::unique_ptr<Peer> MakeSwscale() {
+std::unique_ptr<Peer> MakeSwscale(PeerLevel level) {
   void* util = dlopen("libavutil.so.57", RTLD_NOW | RTLD_GLOBAL);
   void* library = dlopen("libswscale.so.6", RTLD_NOW);
   if (!util || !library) return nullptr;
@@ -74,6 +74,9 @@ std::unique_ptr<Peer> MakeSwscale() {
   auto* formatByName = reinterpret_cast<int (*)(const char*)>(dlsym(util, "av_get_pix_fmt"));
   if (!api.getContext || !api.scale || !formatByName) return nullptr;
   api.bgr0 = formatByName("bgr0");
+  constexpr int kUpToSse2 = 0x1B;  // MMX, its second set, SSE and SSE2
+  auto* forceFlags = reinterpret_cast<void (*)(int)>(dlsym(util, "av_force_cpu_flags"));
+  if (level == PeerLevel::kSse2 && forceFlags) forceFlags(kUpToSse2);
   return api.bgr0 < 0 ? nullptr : std::make_unique<Swscale>(api);
 }
 

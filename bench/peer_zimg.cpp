@@ -57,7 +57,7 @@ void Join(Planes& from, Bitmap& to) {
 
 class Zimg : public Peer {
  public:
-  explicit Zimg(const Api& api) : api_(api) {}
+  Zimg(const Api& api, PeerLevel level) : api_(api), level_(level) {}
   std::string Name() const override { return "zimg"; }
 
   TimedRun Prepare(const Workload& w, std::string* what) override {
@@ -100,6 +100,8 @@ class Zimg : public Peer {
     zimg_graph_builder_params parameters;
     api_.builderDefaults(&parameters, ZIMG_API_VERSION);
     parameters.resample_filter = filter;
+    if (level_ == PeerLevel::kAvx2) parameters.cpu_type = ZIMG_CPU_X86_AVX2;
+    if (level_ == PeerLevel::kSse2) parameters.cpu_type = ZIMG_CPU_X86_SSE2;
     if (a != 0 || b != 0) parameters.filter_param_a = a;
     if (b != 0) parameters.filter_param_b = b;
     const zimg_image_format in = Format(w.sourceWidth, w.sourceHeight), out = Format(w.width, w.height);
@@ -134,6 +136,7 @@ class Zimg : public Peer {
   }
 
   Api api_;
+  PeerLevel level_;
 };
 
 template <class F>
@@ -144,7 +147,7 @@ bool Find(void* library, const char* name, F* function) {
 
 }  // namespace
 
-std::unique_ptr<Peer> MakeZimg() {
+std::unique_ptr<Peer> MakeZimg(PeerLevel level) {
   void* library = dlopen("libzimg.so.2", RTLD_NOW);
   Api api{};
   if (!library || !Find(library, "zimg_image_format_default", &api.imageDefaults) ||
@@ -153,7 +156,7 @@ std::unique_ptr<Peer> MakeZimg() {
       !Find(library, "zimg_filter_graph_get_tmp_size", &api.tmpSize) ||
       !Find(library, "zimg_filter_graph_process", &api.process))
     return nullptr;
-  return std::make_unique<Zimg>(api);
+  return std::make_unique<Zimg>(api, level);
 }
 
 }  // namespace bench
@@ -161,7 +164,7 @@ std::unique_ptr<Peer> MakeZimg() {
 #else
 
 namespace bench {
-std::unique_ptr<Peer> MakeZimg() { return nullptr; }
+std::unique_ptr<Peer> MakeZimg(PeerLevel) { return nullptr; }
 }  // namespace bench
 
 #endif

@@ -14,7 +14,7 @@ PAGE = ROOT / "docs" / "performance.md"
 DATA = ROOT / "docs" / "data"
 MEDIA = ROOT / "docs" / "media"
 LEVELS = ("avx512", "avx2", "sse41", "sse2", "scalar")
-OURS = "pixmorph"
+OURS, FLOOR = "pixmorph", "memory"
 
 
 def rows_of(path):
@@ -36,18 +36,36 @@ def verdict(row):
     return "stretch" if ratio <= stretch else "goal" if ratio <= goal else "behind"
 
 
+def cells_of(rows):
+    """Our ratio, the memory floor's, and the fastest library's name, call and ratio; None for what is missing."""
+    ratios = {row["contestant"]: float(row["ratio"]) for row in rows}
+    peers = sorted((float(row["ratio"]), row["contestant"], row["what"]) for row in rows
+                   if row["contestant"] not in (OURS, FLOOR))
+    return ratios[OURS], ratios.get(FLOOR), peers[0] if peers else None
+
+
 def table(folder):
-    lines = ["| workload | ours | goal / stretch | | fastest peer | its call | its time |", "|---|---|---|---|---|---|---|"]
+    lines = ["| workload | ours | goal / stretch | | memory | fastest peer | its call | its time |", "|---" * 8 + "|"]
     for name, rows in by_workload(rows_of(folder / "table.tsv")).items():
-        ours = next(row for row in rows if row["contestant"] == OURS)
-        peers = sorted((row for row in rows if row["contestant"] != OURS), key=lambda row: float(row["ratio"]))
-        peer = f"{peers[0]['contestant']} | {peers[0]['what']} | {float(peers[0]['ratio']):.2f}" if peers else "| | "
-        lines.append(f"| {name} | **{float(ours['ratio']):.2f}** | {ours['goal']} / {ours['stretch']} | {verdict(ours)} | {peer} |")
+        ours, floor, peer = cells_of(rows)
+        told = f"{peer[1]} | {peer[2]} | {peer[0]:.2f}" if peer else "| | "
+        lines.append(f"| {name} | **{ours:.2f}** | {rows[0]['goal']} / {rows[0]['stretch']} | {verdict(rows[0])} | "
+                     f"{floor or 0:.2f} | {told} |")
+    return "\n".join(lines)
+
+
+def floor_level(folder):
+    """Ours and the peers', both with nothing beyond SSE2."""
+    lines = ["| workload | ours | fastest peer | its time |", "|---" * 4 + "|"]
+    for name, rows in by_workload(rows_of(folder / "table-sse2.tsv")).items():
+        ours, _, peer = cells_of(rows)
+        lines.append(f"| {name} | {ours:.2f} | " + (f"{peer[1]} | {peer[0]:.2f} |" if peer else " | |"))
     return "\n".join(lines)
 
 
 def levels(folder):
-    found = {level: {row["workload"]: float(row["ratio"]) for row in rows_of(folder / f"table-{level}.tsv")} for level in LEVELS}
+    found = {level: {row["workload"]: float(row["ratio"]) for row in rows_of(folder / f"table-{level}.tsv")
+                      if row["contestant"] == OURS} for level in LEVELS}
     found["avx512"] = found["avx512"] or {row["workload"]: float(row["ratio"]) for row in rows_of(folder / "table.tsv")
                                           if row["contestant"] == OURS and row["what"].startswith("avx512")}
     present = [level for level in LEVELS if found[level]]
@@ -76,7 +94,7 @@ def main():
     if not rows_of(folder / "table.tsv"):
         sys.exit(f"{folder}/table.tsv is missing or empty; run ./bench.sh first")
     text = PAGE.read_text(encoding="utf-8")
-    for name, make in {"table": table, "levels": levels, "memory": memory, "origin": origin}.items():
+    for name, make in {"table": table, "levels": levels, "floor": floor_level, "memory": memory, "origin": origin}.items():
         block = f"<!-- figures: {name} -->\n\n{make(folder)}\n\n<!-- end -->"
         text = re.sub(rf"<!-- figures: {name} -->.*?<!-- end -->", lambda _, block=block: block, text, flags=re.S)
     PAGE.write_text(text, encoding="utf-8")

@@ -22,6 +22,8 @@ def plot_ratios(folder):
     """Bars: how many times longer the fastest peer takes than the plugin, per workload."""
     best = {}
     for row in rows_of(folder / "table.tsv"):
+        if row["contestant"] == "memory":
+            continue
         best.setdefault(row["workload"], {}).setdefault(row["contestant"] == "pixmorph", []).append(float(row["ms"]))
     data = "".join(f'"{name}" {min(ms[False]) / min(ms[True]):.3f}\n' for name, ms in best.items() if len(ms) == 2)
     if not data:

@@ -1,0 +1,39 @@
+#ifndef PIXMORPH_KERNELS_RESAMPLE_FIXED_POINT_H_
+#define PIXMORPH_KERNELS_RESAMPLE_FIXED_POINT_H_
+
+#include <cstdint>
+
+#include "kernels/resample_weights.h"
+
+// Integers in the place of an axis's weights, with a proven bound of the error. A sum of integers times samples,
+// started from a block's bias, lies above the exact channel value plus 1/2 (in units of 2^-fractionBits) by at
+// most 2 errors. So its whole part is the rounded channel unless its fraction is smaller than 2 errors.
+namespace pixmorph::kernels {
+
+struct FixedPoint {
+  std::int32_t fractionBits;
+  double unit;         // 2^fractionBits
+  std::int32_t error;  // units; of the worst block, once its bias has taken out what is one-sided
+};
+
+// To the nearest integer; |x| < 2^31 - 1. [pure]
+std::int32_t NearestInteger(double x);
+
+// The exact weight of a tap in units. [pure]
+double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit);
+
+// The finest unit between 2^most and 2^least with which no integer exceeds `largest` and no sum overflows 31
+// bits. False when there is none, or when the error could reach a quarter.
+bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t least, std::int32_t largest,
+                      FixedPoint& chosen);
+
+// Where sums over a block of nearest integers start, in units. Ties that a rule decides are kept clear of the
+// fractions below 2 errors where that brings nothing else there. [pure]
+std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed);
+
+// The share of sums, 0 .. 1, whose fraction can be expected below 2 errors, for samples of every kind. [pure]
+double UnsureShare(const AxisWeights& axis, const FixedPoint& fixed);
+
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_RESAMPLE_FIXED_POINT_H_

@@ -1,0 +1,157 @@
+#include "kernels/resample_words.h"
+
+#include <string.h>
+
+#include "kernels/resample_fixed_point.h"
+#include "support/numeric.h"
+
+namespace pixmorph::kernels {
+
+namespace {
+
+constexpr std::int32_t kLargestWord = 32767;
+constexpr std::int32_t kMostNarrowBits = 20, kLeastNarrowBits = 10;  // of the fraction
+constexpr std::int32_t kMostWideBits = 22, kLeastWideBits = 18;
+constexpr std::int32_t kMostLowBits = 16;
+constexpr std::int32_t kLeastLowBits = 8;
+constexpr double kChannelMax = 255.0;
+constexpr double kRoom = 1073741824.0;  // 2^30: for a second sum and everything that is added to it
+
+// A pair of 16-bit numbers, the first in the low half.
+std::int32_t Word(std::int32_t first, std::int32_t second) {
+  const std::uint32_t low = static_cast<std::uint32_t>(first) & 0xFFFFu;
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(second) << 16 | low);
+}
+
+// Packs the blocks of one axis; holds what does not change while it works.
+class Packer {
+ public:
+  Packer(const AxisWeights& axis, void* memory, WordAxis& packed)
+      : axis_(axis), packed_(packed), lists_(static_cast<WordList*>(memory)) {
+    placed_ = reinterpret_cast<std::int32_t*>(lists_ + axis.count);
+    words_ = placed_ + 2 * static_cast<std::int64_t>(axis.blockCount);
+    memset(placed_, 0xFF, sizeof(std::int32_t) * 2 * static_cast<std::uint32_t>(axis.blockCount));
+  }
+
+  bool Pack(double unsureAPair) {
+    wide_ = !ChooseNarrow(unsureAPair);
+    if (wide_ && !ChooseWide()) return false;
+    for (std::int32_t i = 0; i < axis_.count; ++i) Place(i);
+    packed_ = {axis_, lists_, words_, wide_, fixed_.fractionBits, lowBits_, 2 * fixed_.error, near_};
+    return true;
+  }
+
+ private:
+  bool ChooseNarrow(double unsureAPair) {
+    return ChooseFixedPoint(axis_, kMostNarrowBits, kLeastNarrowBits, kLargestWord, fixed_) &&
+           UnsureShare(axis_, fixed_) <= unsureAPair * (Longest() + 1) / 2 && ChooseLowBits();
+  }
+
+  bool ChooseWide() {
+    constexpr std::int32_t kLargest = kLargestWord << kWideLowBits;
+    lowBits_ = kWideLowBits;
+    return ChooseFixedPoint(axis_, kMostWideBits, kLeastWideBits, kLargest, fixed_);
+  }
+
+  std::int32_t Longest() const {
+    std::int32_t longest = 0;
+    for (std::int32_t b = 0; b < axis_.blockCount; ++b)
+      if (axis_.blocks[b].count > longest) longest = axis_.blocks[b].count;
+    return longest;
+  }
+
+  // What rounding leaves of a weight is at most half a unit, and a bias differs from the rounding half by less
+  // than 5 errors.
+  bool ChooseLowBits() {
+    const std::int32_t longest = Longest();
+    const double most = 8.0 * fixed_.error + kChannelMax * longest / 2.0;
+    for (lowBits_ = kMostLowBits; lowBits_ >= kLeastLowBits; --lowBits_)
+      if (most * (1 << lowBits_) < kRoom) break;
+    // Half a step of the second sum for each tap, a whole one where the largest number is just missed; and what
+    // `ScaledWeight` and the plain doubles may be off.
+    near_ = TruncateToInt32(kChannelMax * longest) + 2;
+    return lowBits_ >= kLeastLowBits;
+  }
+
+  // From the fraction of a first sum to the side of the whole number on which the truth lies; ties that a rule
+  // decides are taken to their side.
+  std::int32_t SecondBias(const WeightBlock& block, std::int32_t bias) const {
+    const double fine = fixed_.unit * (1 << lowBits_);
+    const TieRule ties = TiesOf(axis_, block);
+    double aside = ties.step * fine / 2.0;
+    if (aside > kRoom / 2.0) aside = kRoom / 2.0;
+    if (aside - ties.spread * fine <= near_ + 1.0) aside = 0.0;
+    const std::int32_t back = (1 << (fixed_.fractionBits - 1)) - bias;
+    return back * (1 << lowBits_) + NearestInteger(ties.up ? aside : -aside);
+  }
+
+  void Place(std::int32_t i) {
+    const WeightList& list = axis_.lists[i];
+    const WeightBlock& block = axis_.blocks[list.block];
+    const std::int32_t shift = list.first % 2, pairs = (shift + block.count + 1) / 2;
+    std::int32_t& known = placed_[2 * static_cast<std::int64_t>(list.block) + shift];
+    if (known >= 0) {
+      lists_[i] = lists_[known];
+      lists_[i].pair = list.first / 2;
+      return;
+    }
+    known = i;
+    const std::int32_t bias = BiasOf(axis_, block, fixed_);
+    lists_[i] = {list.first / 2, pairs, used_, bias, wide_ ? 0 : SecondBias(block, bias)};
+    for (std::int32_t p = 0; p < pairs; ++p) WritePair(block, 2 * p - shift, words_ + used_ + p, pairs);
+    used_ += 2 * pairs;
+  }
+
+  // The taps `tap` and `tap + 1`, of which either may not be one of the block's.
+  void WritePair(const WeightBlock& block, std::int32_t tap, std::int32_t* word, std::int32_t pairs) const {
+    std::int32_t high[2] = {0, 0}, low[2] = {0, 0};
+    for (std::int32_t n = 0; n < 2; ++n) {
+      if (tap + n < 0 || tap + n >= block.count) continue;
+      const double exact = ScaledWeight(axis_, block, tap + n, fixed_.unit);
+      (wide_ ? SplitWide : SplitNarrow)(exact, lowBits_, high[n], low[n]);
+    }
+    word[0] = Word(high[0], high[1]);
+    word[pairs] = Word(low[0], low[1]);
+  }
+
+  static void SplitNarrow(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
+    high = NearestInteger(exact);
+    low = NearestInteger((exact - high) * (1 << lowBits));
+    if (low > kLargestWord) low = kLargestWord;
+  }
+
+  static void SplitWide(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
+    const std::int32_t whole = NearestInteger(exact);
+    high = whole >> lowBits;
+    low = whole - (high << lowBits);
+  }
+
+  const AxisWeights& axis_;
+  WordAxis& packed_;
+  WordList* lists_;
+  std::int32_t* placed_;  // per block and parity of its first tap: the first list that has it, or -1
+  std::int32_t* words_;
+  bool wide_ = false;
+  std::int32_t used_ = 0;
+  std::int32_t lowBits_ = 0;
+  std::int32_t near_ = 0;
+  FixedPoint fixed_{};
+};
+
+}  // namespace
+
+std::int64_t WordsBytes(const AxisWeights& axis) {
+  std::int64_t taps = 0;
+  for (std::int32_t b = 0; b < axis.blockCount; ++b) taps += std::int64_t{axis.blocks[b].count} + 2;
+  return ByteSize(taps)
+      .Times(8)
+      .Plus(ByteSize(axis.count).Times(sizeof(WordList)).Bytes())
+      .Plus(ByteSize(axis.blockCount).Times(8).Bytes())
+      .Bytes();
+}
+
+bool PackWords(const AxisWeights& axis, double unsureAPair, void* memory, WordAxis& packed) {
+  return Packer(axis, memory, packed).Pack(unsureAPair);
+}
+
+}  // namespace pixmorph::kernels
