@@ -1,7 +1,7 @@
 #include "kernels/intrinsics.h"
 #include "kernels/resample_averages.h"
-#include "kernels/resample_float_simd.h"
 #include "kernels/resample_pair_simd.h"
+#include "kernels/resample_word_simd.h"
 
 namespace pixmorph::kernels {
 
@@ -66,85 +66,103 @@ struct Words256 {
 };
 
 struct TwoPixels {
-  using F = __m256;
-  static constexpr std::int32_t kPixels = 2;
+  using Vec = __m256i;
+  static constexpr int kPixels = 2;
+  static constexpr int kBytes = 32;
+  static constexpr double kUnsureAPair = 0.005;  // measured
 
-  PIXMORPH_INLINE_MEMBER static F Zero() { return _mm256_setzero_ps(); }
-  PIXMORPH_INLINE_MEMBER static F Set(float x) { return _mm256_set1_ps(x); }
-  PIXMORPH_INLINE_MEMBER static void Store(float* p, F x) { _mm256_storeu_ps(p, x); }
-  PIXMORPH_INLINE_MEMBER static F MultiplyAdd(F a, F b, F c) { return _mm256_fmadd_ps(a, b, c); }
-  PIXMORPH_INLINE_MEMBER static __m128 FromPixel(const std::uint8_t* p) {
-    return _mm_cvtepi32_ps(
-        _mm_cvtepu8_epi32(_mm_and_si128(_mm_loadu_si32(p), _mm_cvtsi32_si128(0x00FFFFFF))));
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
+  PIXMORPH_OP Set(std::int32_t x) { return _mm256_set1_epi32(x); }
+  PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm256_load_si256(reinterpret_cast<const Vec*>(p)); }
+  PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
+    return _mm256_add_epi32(sums, _mm256_madd_epi16(pixels, weights));
   }
-  PIXMORPH_INLINE_MEMBER static F FromPixels(const std::uint8_t* p) {
-    const __m128i colours = _mm_set1_epi32(0x00FFFFFF);
-    const __m128i words = _mm_and_si128(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), colours);
-    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(words));
+  // The sum of wide weights from its two.
+  PIXMORPH_OP Joined(Vec first, Vec second) {
+    return _mm256_add_epi32(_mm256_slli_epi32(first, kWideLowBits), second);
   }
+  // As the pixels that four vectors of sums came from lie: packing went by halves.
+  PIXMORPH_OP InOrder(Vec bytes) { return _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)); }
+#undef PIXMORPH_OP
 
-  // Of slots, where top bytes are 0.
-  PIXMORPH_INLINE_MEMBER static F FromSlot(const std::uint8_t* p) {
-    return _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
-  }
+  // Four woven pixels as 16-bit words: the first and the third, the second and the fourth.
+  struct Widened {
+    PIXMORPH_INLINE_MEMBER explicit Widened(const std::uint8_t* p)
+        : bytes(_mm256_loadu_si256(reinterpret_cast<const Vec*>(p))) {}
+    PIXMORPH_INLINE_MEMBER Vec First() const { return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256()); }
+    PIXMORPH_INLINE_MEMBER Vec Second() const { return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256()); }
+    Vec bytes;
+  };
 
-  // Output columns i and i + 1 of four rows: two taps a step, the halves added at the end.
-  PIXMORPH_INLINE_MEMBER static void SumColumns(const FloatAxis& axis, const FloatStretch<TwoPixels>& stretch,
-                                                std::int32_t i, F (&sums)[4]) {
-    SumColumn(axis, stretch, i, sums[0], sums[1]);
-    SumColumn(axis, stretch, i + 1, sums[2], sums[3]);
-  }
-
-  // Eight pixels to bytes, clamped; a bit for each that has a channel too near a rounding boundary.
-  PIXMORPH_INLINE_MEMBER static std::uint32_t Finish(const F (&sums)[4], float sure, std::uint8_t* out) {
-    __m256i whole[4];
-    __m256 off[4];
-    for (int n = 0; n < 4; ++n) {
-      whole[n] = _mm256_cvtps_epi32(sums[n]);
-      const __m256 distance = _mm256_sub_ps(sums[n], _mm256_cvtepi32_ps(whole[n]));
-      off[n] = _mm256_andnot_ps(_mm256_set1_ps(-0.0f), distance);
+  struct Rounding {
+    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordAxis& axis)
+        : up(_mm_cvtsi32_si128(32 - axis.fractionBits)),
+          down(_mm_cvtsi32_si128(axis.fractionBits)),
+          threshold(_mm256_set1_epi32((axis.threshold << (32 - axis.fractionBits)) - 1)) {}
+    // A byte for each channel of the eight pixels: not 0 where its fraction is below the threshold.
+    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
+      return _mm256_packs_epi16(_mm256_packs_epi32(Below(sums[0]), Below(sums[1])),
+                                _mm256_packs_epi32(Below(sums[2]), Below(sums[3])));
     }
-    const __m256i low = _mm256_packs_epi32(whole[0], whole[1]), high = _mm256_packs_epi32(whole[2], whole[3]);
-    const __m256i inOrder = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(out),
-                       _mm256_permutevar8x32_epi32(_mm256_packus_epi16(low, high), inOrder));
-    const __m256 limit = _mm256_set1_ps(sure);
-    const __m256 most = _mm256_max_ps(_mm256_max_ps(off[0], off[1]), _mm256_max_ps(off[2], off[3]));
-    if (__builtin_expect(_mm256_movemask_ps(_mm256_cmp_ps(most, limit, _CMP_GT_OQ)) == 0, 1)) return 0;
-    std::uint32_t unsure = 0;
-    for (int n = 0; n < 4; ++n) {
-      const int bits = _mm256_movemask_ps(_mm256_cmp_ps(off[n], limit, _CMP_GT_OQ));
-      unsure |= ((bits & 0x0F) != 0 ? 1u : 0u) << (2 * n) | ((bits & 0xF0) != 0 ? 2u : 0u) << (2 * n);
+    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
+      const Vec low = _mm256_packs_epi32(_mm256_sra_epi32(sums[0], down), _mm256_sra_epi32(sums[1], down));
+      const Vec high = _mm256_packs_epi32(_mm256_sra_epi32(sums[2], down), _mm256_sra_epi32(sums[3], down));
+      return _mm256_packus_epi16(low, high);
     }
-    return unsure;
+
+   private:
+    PIXMORPH_INLINE_MEMBER Vec Below(Vec sums) const {
+      const Vec fractions = _mm256_sll_epi32(sums, up);
+      return _mm256_cmpeq_epi32(_mm256_min_epu32(fractions, threshold), fractions);
+    }
+    __m128i up, down;
+    Vec threshold;
+  };
+
+  PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes)) & kColourBits;
+  }
+
+  // Four pixels of four rows to two pairs.
+  PIXMORPH_INLINE_MEMBER static void Weave(const std::uint8_t* a, const std::uint8_t* b,
+                                           const std::uint8_t* c, const std::uint8_t* d, std::uint8_t* out) {
+    WeaveRows(a, b, out), WeaveRows(c, d, out + 32);
+  }
+
+  // Four columns of four rows to the two planes.
+  PIXMORPH_INLINE_MEMBER static void StoreWoven(const Vec (&rows)[2], std::uint8_t* out,
+                                                std::ptrdiff_t stride) {
+    for (int n = 0; n < 2; ++n, out += stride) {
+      const __m128i first = _mm256_castsi256_si128(rows[n]), second = _mm256_extracti128_si256(rows[n], 1);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(first, second));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), _mm_unpackhi_epi8(first, second));
+    }
+  }
+
+  // The first `count` of eight pixels.
+  PIXMORPH_INLINE_MEMBER static void StorePixels(Vec pixels, std::uint8_t* out, std::int32_t count,
+                                                 std::uint32_t top) {
+    const Vec written = Words256::WithTop({pixels}, top).r;
+    if (count >= 8) return _mm256_storeu_si256(reinterpret_cast<Vec*>(out), written);
+    alignas(32) std::uint8_t bytes[32];
+    _mm256_store_si256(reinterpret_cast<Vec*>(bytes), written);
+    __builtin_memcpy(out, bytes, 4 * static_cast<std::uint32_t>(count));
   }
 
  private:
-  // Rows 0 and 1 in one vector, rows 2 and 3 in the other.
-  PIXMORPH_INLINE_MEMBER static void SumColumn(const FloatAxis& axis, const FloatStretch<TwoPixels>& stretch,
-                                               std::int32_t i, F& rows01, F& rows23) {
-    const std::int32_t column = i < axis.exact.count ? i : axis.exact.count - 1;
-    const WeightList& list = axis.exact.lists[column];
-    const FloatBlock& block = axis.blocks[list.block];
-    const float* weights = axis.weights + block.offset;
-    const float* source = stretch.At(list.first);
-    const std::ptrdiff_t stride = stretch.Stride();
-    const __m256i eachFourTimes = _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1);
-    F a = _mm256_insertf128_ps(Zero(), _mm_set1_ps(block.start), 0), b = a, c = a, d = a;
-    for (std::int32_t t = block.count; t > 0; t -= 2, source += 8, weights += 2) {
-      const F both = _mm256_castsi256_ps(
-          _mm256_broadcastq_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(weights))));
-      const F weight = _mm256_permutevar_ps(both, eachFourTimes);
-      a = MultiplyAdd(_mm256_loadu_ps(source), weight, a);
-      b = MultiplyAdd(_mm256_loadu_ps(source + stride), weight, b);
-      c = MultiplyAdd(_mm256_loadu_ps(source + 2 * stride), weight, c);
-      d = MultiplyAdd(_mm256_loadu_ps(source + 3 * stride), weight, d);
-    }
-    rows01 = _mm256_add_ps(_mm256_permute2f128_ps(a, b, 0x20), _mm256_permute2f128_ps(a, b, 0x31));
-    rows23 = _mm256_add_ps(_mm256_permute2f128_ps(c, d, 0x20), _mm256_permute2f128_ps(c, d, 0x31));
+  PIXMORPH_INLINE_MEMBER static void WeaveRows(const std::uint8_t* a, const std::uint8_t* b,
+                                               std::uint8_t* out) {
+    const __m128i byTwos = _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a));
+    const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b));
+    const Vec both = _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+    const Vec woven = _mm256_shuffle_epi8(both, _mm256_broadcastsi128_si256(byTwos));
+    const Vec zero = _mm256_setzero_si256();
+    _mm256_store_si256(reinterpret_cast<Vec*>(out), _mm256_unpacklo_epi8(woven, zero));
+    _mm256_store_si256(reinterpret_cast<Vec*>(out + kPairBytes), _mm256_unpackhi_epi8(woven, zero));
   }
 };
-using Passes = FloatPasses<TwoPixels>;
+using Passes = WordPasses<TwoPixels>;
 
 using Averages = AveragePasses<kAreaAverageAvx2, false>;
 using Pairs = PairPasses<Words256>;

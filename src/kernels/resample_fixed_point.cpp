@@ -37,8 +37,8 @@ Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit, std::i
 }
 
 // Usually sums lie above the truth by 0 to 2 errors. Where ties are decided by a rule and are frequent, they
-// are kept clear of the threshold, 2 errors, on either side, so that they need no second look; what comes next
-// to a tie must not get there instead.
+// are kept clear of the threshold, 2 errors, on either side, so that they need no second look; what comes
+// next to a tie must not get there instead.
 std::int32_t ErrorsAbove(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed) {
   const TieRule ties = TiesOf(axis, block);
   if ((ties.step - ties.spread) * fixed.unit <= 4.0 * fixed.error) return 1;
@@ -65,8 +65,9 @@ bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t l
       if (fit.half > half) half = fit.half;
     }
     if (!usable) continue;
-    // One unit more: half a unit for rounding the middle to an integer, the rest covers the rounding errors of
-    // the plain double evaluation, count x 2^-52 x 255 x unit < 0.01 for the counts that pass the next test.
+    // One unit more: half a unit for rounding the middle to an integer, the rest covers the rounding errors
+    // of the plain double evaluation, count x 2^-52 x 255 x unit < 0.01 for the counts that pass the next
+    // test.
     chosen = {bits, unit, TruncateToInt32(half + 2.0)};
     return 4.0 * chosen.error < unit;
   }
@@ -75,7 +76,8 @@ bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t l
 
 std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed) {
   const double middle = FitOf(axis, block, fixed.unit, 0x7FFFFFFE).middle;
-  return (1 << (fixed.fractionBits - 1)) + NearestInteger(middle) + fixed.error * ErrorsAbove(axis, block, fixed);
+  return (1 << (fixed.fractionBits - 1)) + NearestInteger(middle) +
+         fixed.error * ErrorsAbove(axis, block, fixed);
 }
 
 double UnsureShare(const AxisWeights& axis, const FixedPoint& fixed) {

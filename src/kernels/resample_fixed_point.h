@@ -5,9 +5,10 @@
 
 #include "kernels/resample_weights.h"
 
-// Integers in the place of an axis's weights, with a proven bound of the error. A sum of integers times samples,
-// started from a block's bias, lies above the exact channel value plus 1/2 (in units of 2^-fractionBits) by at
-// most 2 errors. So its whole part is the rounded channel unless its fraction is smaller than 2 errors.
+// Integers in the place of an axis's weights, with a proven bound of the error. A sum of integers times
+// samples, started from a block's bias, lies above the exact channel value plus 1/2 (in units of
+// 2^-fractionBits) by at most 2 errors. So its whole part is the rounded channel unless its fraction is
+// smaller than 2 errors.
 namespace pixmorph::kernels {
 
 struct FixedPoint {

@@ -7,10 +7,10 @@
 #include "kernels/area_average_kernel.h"
 #include "kernels/contribution.h"
 #include "kernels/pixel_layout.h"
-#include "kernels/resample_floats.h"
 #include "kernels/resample_pairs.h"
 #include "kernels/resample_quads.h"
 #include "kernels/resample_weights.h"
+#include "kernels/resample_words.h"
 
 // Filtered resampling: weighted sums along a row, then along the columns of an 8-bit intermediate.
 namespace pixmorph::kernels {
@@ -70,13 +70,12 @@ struct FusedPlan {
   // Of these the level uses its own kind.
   QuadAxis rowQuads, columnQuads;
   const QuadStretch* quadStretches;  // of the output columns, one after the other
-  FloatAxis rowFloats, columnFloats;
+  WordAxis rowWords, columnWords;
   PairAxis rowPairs, columnPairs;
   const PairGroup* pairGroups;  // of the output columns, one vector after the other
   const void* pairRecords;      // the level's own
   bool pairStreams;             // the result is large: write it past the caches
   AveragePlan averages;
-  std::int32_t longestStretch;  // source pixels that four neighbouring output columns read, at most
 };
 
 struct ResampleKernels {

@@ -2,6 +2,7 @@
 
 #include <string.h>
 
+#include "kernels/resample_fixed_point.h"
 #include "support/numeric.h"
 
 namespace pixmorph::kernels {
@@ -11,40 +12,6 @@ namespace {
 constexpr std::int32_t kMostFractionBits = 22;
 constexpr std::int32_t kLeastFractionBits = 18;
 constexpr std::int32_t kLargestWeight = 0x7F7F7F;  // three signed digits
-constexpr double kChannelMax = 255.0;
-
-std::int32_t Nearest(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
-
-// How well one block is met by integers of `unit` = 2^fractionBits.
-struct Fit {
-  bool usable = true;
-  double middle = 0.0;  // of the error, in units: true value minus integer sum
-  double half = 0.0;    // half the error's width
-};
-
-double Scaled(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit) {
-  return static_cast<double>(axis.weights[block.offset + tap]) / static_cast<double>(block.sum) * unit;
-}
-
-// Channels are 0 .. 255, so errors e of the single weights give a sum between 255 times the negative ones and
-// 255 times the positive ones.
-Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit) {
-  Fit fit;
-  double above = 0.0, below = 0.0, total = 0.0;
-  for (std::int32_t t = 0; t < block.count; ++t) {
-    const double x = Scaled(axis, block, t, unit);
-    const std::int32_t w = Nearest(x);
-    if (w > kLargestWeight || w < -kLargestWeight) fit.usable = false;
-    const double e = x - w;
-    (e > 0.0 ? above : below) += e;
-    total += w < 0 ? -static_cast<double>(w) : static_cast<double>(w);
-  }
-  // Room for the bias: less than 2 x unit.
-  if (total * kChannelMax + 2.0 * unit >= 2147483647.0) fit.usable = false;
-  fit.middle = (above + below) * kChannelMax / 2;
-  fit.half = (above - below) * kChannelMax / 2;
-  return fit;
-}
 
 // Packs the blocks of one axis; holds what does not change while it works.
 class Packer {
@@ -59,7 +26,7 @@ class Packer {
   }
 
   bool Pack() {
-    if (!ChooseUnit()) return false;
+    if (!ChooseFixedPoint(axis_, kMostFractionBits, kLeastFractionBits, kLargestWeight, fixed_)) return false;
     ChooseBiases();
     sourceQuads_ = (axis_.sourceLength + 3) / 4;
     for (std::int32_t i = 0; i < axis_.count; ++i) widest_ = Max(widest_, QuadsOf(axis_.lists[i]));
@@ -68,8 +35,8 @@ class Packer {
     packed_ = {axis_,
                lists_,
                digits_,
-               fractionBits_,
-               2u * static_cast<std::uint32_t>(error_) << (32 - fractionBits_),
+               fixed_.fractionBits,
+               2u * static_cast<std::uint32_t>(fixed_.error) << (32 - fixed_.fractionBits),
                widest_};
     return true;
   }
@@ -81,56 +48,18 @@ class Packer {
     return (list.first % 4 + axis_.blocks[list.block].count + 3) / 4;
   }
 
-  // The finest unit with which no sum can overflow, and the error bound of the worst block.
-  bool ChooseUnit() {
-    for (fractionBits_ = kMostFractionBits; fractionBits_ >= kLeastFractionBits; --fractionBits_) {
-      unit_ = static_cast<double>(1 << fractionBits_);
-      bool usable = true;
-      double half = 0.0;
-      for (std::int32_t b = 0; b < axis_.blockCount && usable; ++b) {
-        const Fit fit = FitOf(axis_, axis_.blocks[b], unit_);
-        usable = fit.usable;
-        if (fit.half > half) half = fit.half;
-      }
-      if (!usable) continue;
-      // One unit more: half a unit for rounding the middle to an integer, the rest covers the rounding errors
-      // of the plain double evaluation, count x 2^-52 x 255 x unit < 0.01 for the counts that pass the next
-      // test.
-      error_ = TruncateToInt32(half + 2.0);
-      return 4.0 * error_ < unit_;
-    }
-    return false;
-  }
-
-  // With `middle` in it, a sum is off by less than `error_`; each bias moves that to one side of the truth.
   void ChooseBiases() {
     for (std::int32_t b = 0; b < axis_.blockCount; ++b) {
       const WeightBlock& block = axis_.blocks[b];
-      const std::int32_t rounding = 1 << (fractionBits_ - 1);
-      if (RoundedUp(block))
-        biases_[b] = rounding + 2 * error_;
-      else
-        biases_[b] = rounding + Nearest(FitOf(axis_, block, unit_).middle) + error_ * ErrorsAbove(block);
+      biases_[b] = RoundedUp(block) ? (1 << (fixed_.fractionBits - 1)) + 2 * fixed_.error
+                                    : BiasOf(axis_, block, fixed_);
     }
-  }
-
-  // Usually sums lie above the truth by 0 to 2 errors. Where ties are decided by a rule and are frequent,
-  // they are kept clear of the threshold, 2 errors, on either side, so that they need no second look; what
-  // comes next to a tie must not get there instead.
-  std::int32_t ErrorsAbove(const WeightBlock& block) const {
-    const TieRule ties = TiesOf(axis_, block);
-    if ((ties.step - ties.spread) * unit_ <= 4.0 * error_) return 1;
-    return ties.up ? 3 : -1;
   }
 
   // The weights of an average are rounded up: its sums are too large, by less than one unit a tap and level.
   bool RoundedUp(const WeightBlock& block) const {
     return IsAverage(axis_, block) &&
-           kChannelMax * block.count + 2.0 * error_ < TiesOf(axis_, block).step * unit_;
-  }
-
-  std::int32_t Integer(const WeightBlock& block, std::int32_t tap) const {
-    return Nearest(Scaled(axis_, block, tap, unit_));
+           255.0 * block.count + 2.0 * fixed_.error < TiesOf(axis_, block).step * fixed_.unit;
   }
 
   void Place(std::int32_t i) {
@@ -155,9 +84,9 @@ class Packer {
     auto* const bytes = reinterpret_cast<signed char*>(digits_ + used_);
     memset(bytes, 0, 12 * static_cast<std::uint32_t>(quads));
     const bool roundedUp = RoundedUp(block);
-    const std::int32_t up = ((1 << fractionBits_) + block.count - 1) / block.count;
+    const std::int32_t up = ((1 << fixed_.fractionBits) + block.count - 1) / block.count;
     for (std::int32_t t = 0; t < block.count; ++t) {
-      std::int32_t rest = roundedUp ? up : Integer(block, t);
+      std::int32_t rest = roundedUp ? up : NearestInteger(ScaledWeight(axis_, block, t, fixed_.unit));
       signed char* const at = bytes + (shift + t) / 4 * 12 + (shift + t) % 4;
       for (std::int32_t digit = 2; digit >= 0; --digit) {
         const auto low = static_cast<signed char>(rest & 0xFF);
@@ -177,9 +106,7 @@ class Packer {
   std::int32_t used_ = 0;
   std::int32_t sourceQuads_ = 0;
   std::int32_t widest_ = 0;
-  std::int32_t fractionBits_ = 0;
-  std::int32_t error_ = 0;  // units
-  double unit_ = 0.0;
+  FixedPoint fixed_{};
 };
 
 }  // namespace

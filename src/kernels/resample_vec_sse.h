@@ -3,8 +3,8 @@
 
 #include <emmintrin.h>
 
-#include "kernels/resample_float_simd.h"
 #include "kernels/resample_pair_simd.h"
+#include "kernels/resample_word_simd.h"
 
 namespace pixmorph::kernels {
 
@@ -60,64 +60,98 @@ struct Words128 {
 #undef PIXMORPH_OP
 };
 
-// One pixel a vector. Widen turns the 32-bit word in lane 0 of a vector into four words, one a byte.
-template <class Widen>
+// One pixel a vector. `Level` has what is done better where SSE4.1 is there.
+template <class Level>
 struct OnePixel {
-  using F = __m128;
-  static constexpr std::int32_t kPixels = 1;
+  using Vec = __m128i;
+  static constexpr int kPixels = 1;
+  static constexpr int kBytes = 16;
+  static constexpr double kUnsureAPair = 0.014;  // measured
 
-  PIXMORPH_INLINE_MEMBER static F Zero() { return _mm_setzero_ps(); }
-  PIXMORPH_INLINE_MEMBER static F Set(float x) { return _mm_set1_ps(x); }
-  PIXMORPH_INLINE_MEMBER static void Store(float* p, F x) { _mm_storeu_ps(p, x); }
-  PIXMORPH_INLINE_MEMBER static F MultiplyAdd(F a, F b, F c) { return _mm_add_ps(_mm_mul_ps(a, b), c); }
-  PIXMORPH_INLINE_MEMBER static __m128 FromPixel(const std::uint8_t* p) {
-    const __m128i word = _mm_and_si128(_mm_loadu_si32(p), _mm_cvtsi32_si128(0x00FFFFFF));
-    return _mm_cvtepi32_ps(Widen::Bytes(word));
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
+  PIXMORPH_OP Set(std::int32_t x) { return _mm_set1_epi32(x); }
+  PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm_load_si128(reinterpret_cast<const Vec*>(p)); }
+  PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
+    return _mm_add_epi32(sums, _mm_madd_epi16(pixels, weights));
   }
-  PIXMORPH_INLINE_MEMBER static F FromPixels(const std::uint8_t* p) { return FromPixel(p); }
-
-  // Of slots, where top bytes are 0.
-  PIXMORPH_INLINE_MEMBER static F FromSlot(const std::uint8_t* p) {
-    return _mm_cvtepi32_ps(Widen::Bytes(_mm_loadu_si32(p)));
+  // The sum of wide weights from its two.
+  PIXMORPH_OP Joined(Vec first, Vec second) {
+    return _mm_add_epi32(_mm_slli_epi32(first, kWideLowBits), second);
   }
+  // As the pixels that four vectors of sums came from lie.
+  PIXMORPH_OP InOrder(Vec bytes) { return bytes; }
+#undef PIXMORPH_OP
 
-  // Output column i of four rows.
-  PIXMORPH_INLINE_MEMBER static void SumColumns(const FloatAxis& axis, const FloatStretch<OnePixel>& stretch,
-                                                std::int32_t i, F (&sums)[4]) {
-    const std::int32_t column = i < axis.exact.count ? i : axis.exact.count - 1;
-    const WeightList& list = axis.exact.lists[column];
-    const FloatBlock& block = axis.blocks[list.block];
-    const float* weights = axis.weights + block.offset;
-    const float* source = stretch.At(list.first);
-    const std::ptrdiff_t stride = stretch.Stride();
-    F a = Set(block.start), b = a, c = a, d = a;
-    for (std::int32_t t = axis.exact.blocks[list.block].count; t > 0; --t, source += 4) {
-      const F weight = Set(*weights++);
-      a = MultiplyAdd(_mm_loadu_ps(source), weight, a);
-      b = MultiplyAdd(_mm_loadu_ps(source + stride), weight, b);
-      c = MultiplyAdd(_mm_loadu_ps(source + 2 * stride), weight, c);
-      d = MultiplyAdd(_mm_loadu_ps(source + 3 * stride), weight, d);
+  // Two woven pixels as 16-bit words.
+  struct Widened {
+    PIXMORPH_INLINE_MEMBER explicit Widened(const std::uint8_t* p)
+        : bytes(_mm_loadu_si128(reinterpret_cast<const Vec*>(p))) {}
+    PIXMORPH_INLINE_MEMBER Vec First() const { return Level::Widen(bytes); }
+    PIXMORPH_INLINE_MEMBER Vec Second() const { return _mm_unpackhi_epi8(bytes, _mm_setzero_si128()); }
+    Vec bytes;
+  };
+
+  struct Rounding {
+    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordAxis& axis)
+        : up(_mm_cvtsi32_si128(32 - axis.fractionBits)),
+          down(_mm_cvtsi32_si128(axis.fractionBits)),
+          threshold(
+              Level::Threshold(static_cast<std::uint32_t>(axis.threshold) << (32 - axis.fractionBits))) {}
+    // A byte for each channel of the four: not 0 where its fraction is below the threshold.
+    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
+      return _mm_packs_epi16(_mm_packs_epi32(Below(sums[0]), Below(sums[1])),
+                             _mm_packs_epi32(Below(sums[2]), Below(sums[3])));
     }
-    sums[0] = a, sums[1] = b, sums[2] = c, sums[3] = d;
+    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
+      const Vec low = _mm_packs_epi32(_mm_sra_epi32(sums[0], down), _mm_sra_epi32(sums[1], down));
+      return _mm_packus_epi16(low,
+                              _mm_packs_epi32(_mm_sra_epi32(sums[2], down), _mm_sra_epi32(sums[3], down)));
+    }
+
+   private:
+    PIXMORPH_INLINE_MEMBER Vec Below(Vec sums) const {
+      return Level::Below(_mm_sll_epi32(sums, up), threshold);
+    }
+    Vec up, down, threshold;
+  };
+
+  PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes)) & kColourBits;
   }
 
-  // Four pixels to bytes, clamped; a bit for each that has a channel too near a rounding boundary.
-  PIXMORPH_INLINE_MEMBER static std::uint32_t Finish(const F (&sums)[4], float sure, std::uint8_t* out) {
-    __m128i whole[4];
-    __m128 off[4];
-    for (int n = 0; n < 4; ++n) {
-      whole[n] = _mm_cvtps_epi32(sums[n]);
-      const __m128 distance = _mm_sub_ps(sums[n], _mm_cvtepi32_ps(whole[n]));
-      off[n] = _mm_andnot_ps(_mm_set1_ps(-0.0f), distance);
+  // Four pixels of four rows to two pairs.
+  PIXMORPH_INLINE_MEMBER static void Weave(const std::uint8_t* a, const std::uint8_t* b,
+                                           const std::uint8_t* c, const std::uint8_t* d, std::uint8_t* out) {
+    WeaveRow(a, out), WeaveRow(b, out + 16), WeaveRow(c, out + 32), WeaveRow(d, out + 48);
+  }
+
+  // Four columns of four rows to the two planes.
+  PIXMORPH_INLINE_MEMBER static void StoreWoven(const Vec (&rows)[4], std::uint8_t* out,
+                                                std::ptrdiff_t stride) {
+    for (int n = 0; n < 4; n += 2, out += stride) {
+      _mm_storeu_si128(reinterpret_cast<Vec*>(out), _mm_unpacklo_epi8(rows[n], rows[n + 1]));
+      _mm_storeu_si128(reinterpret_cast<Vec*>(out + 16), _mm_unpackhi_epi8(rows[n], rows[n + 1]));
     }
-    const __m128i low = _mm_packs_epi32(whole[0], whole[1]), high = _mm_packs_epi32(whole[2], whole[3]);
-    _mm_store_si128(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(low, high));
-    const __m128 limit = _mm_set1_ps(sure);
-    const __m128 most = _mm_max_ps(_mm_max_ps(off[0], off[1]), _mm_max_ps(off[2], off[3]));
-    if (__builtin_expect(_mm_movemask_ps(_mm_cmpgt_ps(most, limit)) == 0, 1)) return 0;
-    std::uint32_t unsure = 0;
-    for (int n = 0; n < 4; ++n) unsure |= (_mm_movemask_ps(_mm_cmpgt_ps(off[n], limit)) != 0 ? 1u : 0u) << n;
-    return unsure;
+  }
+
+  // The first `count` of four pixels.
+  PIXMORPH_INLINE_MEMBER static void StorePixels(Vec pixels, std::uint8_t* out, std::int32_t count,
+                                                 std::uint32_t top) {
+    const Vec colours = _mm_and_si128(pixels, _mm_set1_epi32(0x00FFFFFF));
+    const Vec written = _mm_or_si128(colours, _mm_set1_epi32(static_cast<std::int32_t>(top)));
+    if (count >= 4) return _mm_storeu_si128(reinterpret_cast<Vec*>(out), written);
+    alignas(16) std::uint8_t bytes[16];
+    _mm_store_si128(reinterpret_cast<Vec*>(bytes), written);
+    __builtin_memcpy(out, bytes, 4 * static_cast<std::uint32_t>(count));
+  }
+
+ private:
+  PIXMORPH_INLINE_MEMBER static void WeaveRow(const std::uint8_t* row, std::uint8_t* out) {
+    const Vec pixels = _mm_loadu_si128(reinterpret_cast<const Vec*>(row)), next = _mm_srli_si128(pixels, 4);
+    const Vec first = Level::Widen(_mm_unpacklo_epi8(pixels, next));
+    const Vec second = Level::Widen(_mm_unpackhi_epi8(pixels, next));
+    _mm_store_si128(reinterpret_cast<Vec*>(out), first);
+    _mm_store_si128(reinterpret_cast<Vec*>(out + kPairBytes), second);
   }
 };
 

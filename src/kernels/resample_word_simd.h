@@ -4,79 +4,44 @@
 #include <emmintrin.h>
 
 #include "kernels/resample_kernel.h"
+#include "kernels/resample_second_look.h"
 
-// Both passes in products of 16-bit numbers, over a vector type V of V::kPixels pixels with four 32-bit sums each.
-// A slot holds four intermediate rows as two planes of woven rows: 8 bytes a pixel, channel by channel, each with
-// the bytes of the plane's two rows. So all planes of contiguous slots are equally far apart, and one is a pair of
-// vertical taps.
+// Both passes in products of 16-bit numbers, over a vector type V of V::kPixels pixels with four 32-bit sums
+// each. A slot holds four intermediate rows as two planes of woven rows: 8 bytes a pixel, channel by channel,
+// each with the bytes of the plane's two rows. So all planes of contiguous slots are equally far apart, and
+// one is a pair of vertical taps.
 namespace pixmorph::kernels {
 
 namespace {
 
 constexpr std::int32_t kBatchRows = 4;
-constexpr std::int32_t kPlanePixels = 16;           // planes are padded to a multiple of this many pixels
+constexpr std::int32_t kPlanePixels = 16;             // planes are padded to a multiple of this many pixels
 constexpr std::int32_t kPairBytes = 16 * kBatchRows;  // of a pair of source pixels, woven
-constexpr std::int32_t kStretchPairs = 256;         // 16 KiB
-constexpr std::uint32_t kColourBits = 0x77777777;   // of pixels with four bits each; the top byte is nobody's
+constexpr std::int32_t kStretchPairs = 256;           // 16 KiB
+constexpr std::uint32_t kColourBits = 0x77777777;  // of pixels with four bits each; the top byte is nobody's
 
 PIXMORPH_INLINE std::ptrdiff_t PlaneStride(const FusedPlan& plan) {
   return static_cast<std::ptrdiff_t>(plan.slotBytes / 2);
 }
 
-// The whole part of four sums, clamped later.
-PIXMORPH_INLINE __m128i WholeParts(__m128i sums, const WordAxis& axis) {
-  return _mm_sra_epi32(sums, _mm_cvtsi32_si128(axis.fractionBits));
-}
-
-// One pixel of list `list` again. `sums` is what the first look gave, `second` the sums of the second words
-// without their bias. False where only the plain evaluation tells; `sums` are then of no use.
-PIXMORPH_INLINE bool LookAgain(const WordAxis& axis, const WordList& list, __m128i& sums, __m128i second) {
-  const __m128i fractions = _mm_and_si128(sums, _mm_set1_epi32((1 << axis.fractionBits) - 1));
-  const __m128i unsure = _mm_cmplt_epi32(fractions, _mm_set1_epi32(axis.threshold));
-  const __m128i fine = _mm_sll_epi32(_mm_and_si128(fractions, unsure), _mm_cvtsi32_si128(axis.lowBits));
-  const __m128i y = _mm_add_epi32(_mm_add_epi32(fine, second), _mm_set1_epi32(list.secondBias));
-  const __m128i near = _mm_and_si128(_mm_cmpgt_epi32(y, _mm_set1_epi32(-axis.near)),
-                                     _mm_cmplt_epi32(y, _mm_set1_epi32(axis.near)));
-  sums = _mm_add_epi32(WholeParts(sums, axis), _mm_and_si128(unsure, _mm_srai_epi32(y, 31)));
-  return (_mm_movemask_ps(_mm_castsi128_ps(_mm_and_si128(near, unsure))) & 7) == 0;
-}
-
-// Four clamped channels as one 32-bit pixel.
-PIXMORPH_INLINE std::uint32_t AsPixel(__m128i whole) {
-  const __m128i words = _mm_packs_epi32(whole, whole);
-  return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
-}
-
-// Pixels that need a second look, kept for later: looking at once would often mislead the processor about the way
-// that the loop goes.
-class Unsure {
+// The two sums of two vectors with wide weights.
+template <class V>
+class WideSums {
  public:
-  static constexpr std::int32_t kMost = 64;
+  using Vec = typename V::Vec;
 
-  // Up to eight pixels from `place` on, four bits each; place counts as the reader likes. Not when full.
-  PIXMORPH_INLINE_MEMBER void Add(std::int32_t place, std::uint32_t bits) {
-    places_[count_] = place, bits_[count_] = bits;
-    count_ += bits != 0 ? 1 : 0;
+  PIXMORPH_INLINE_MEMBER explicit WideSums(std::int32_t bias)
+      : a_(V::Set(0)), b_(a_), fineA_(V::Set(bias)), fineB_(fineA_) {}
+  PIXMORPH_INLINE_MEMBER void Add(Vec a, Vec b, std::int32_t word, std::int32_t fineWord) {
+    const Vec weights = V::Set(word), fineWeights = V::Set(fineWord);
+    a_ = V::MultiplyAdd(a, weights, a_), fineA_ = V::MultiplyAdd(a, fineWeights, fineA_);
+    b_ = V::MultiplyAdd(b, weights, b_), fineB_ = V::MultiplyAdd(b, fineWeights, fineB_);
   }
-  PIXMORPH_INLINE_MEMBER bool HasRoom(std::int32_t entries) const { return count_ <= kMost - entries; }
-
-  // Calls look(place, number of the pixel) for all of them and forgets them.
-  template <class Look>
-  PIXMORPH_INLINE_MEMBER void TakeAll(const Look& look) {
-    for (std::int32_t n = 0; n < count_; ++n) {
-      for (std::uint32_t bits = bits_[n]; bits != 0;) {
-        const std::int32_t pixel = __builtin_ctz(bits) / 4;
-        bits &= ~(0xFu << (4 * pixel));
-        look(places_[n], pixel);
-      }
-    }
-    count_ = 0;
-  }
+  PIXMORPH_INLINE_MEMBER Vec First() const { return V::Joined(a_, fineA_); }
+  PIXMORPH_INLINE_MEMBER Vec Second() const { return V::Joined(b_, fineB_); }
 
  private:
-  std::int32_t places_[kMost];
-  std::uint32_t bits_[kMost];
-  std::int32_t count_ = 0;
+  Vec a_, b_, fineA_, fineB_;
 };
 
 template <class V>
@@ -93,7 +58,8 @@ class WordPasses {
     plan.alongRows = plan.rowWords.wide ? AlongRows<true> : AlongRows<false>;
     plan.alongColumns = plan.columnWords.wide ? AlongColumns<true> : AlongColumns<false>;
     plan.batchRows = kBatchRows;
-    plan.slotBytes = (row.count + kPlanePixels - 1) / kPlanePixels * kPlanePixels * std::int64_t{4 * kBatchRows};
+    plan.slotBytes =
+        (row.count + kPlanePixels - 1) / kPlanePixels * kPlanePixels * std::int64_t{4 * kBatchRows};
     std::int32_t longest = kStretchPairs;
     for (std::int32_t i = 0; i < row.count; i += 4) {
       const Span span = GroupSpan(plan.rowWords, i);
@@ -129,7 +95,8 @@ class WordPasses {
   }
 
   // Source pairs span.first .. span.end - 1 and perhaps one more, as zeros where the rows have ended.
-  static void WeaveStretch(const std::uint8_t* const* rows, std::int32_t width, Span span, std::uint8_t* out) {
+  static void WeaveStretch(const std::uint8_t* const* rows, std::int32_t width, Span span,
+                           std::uint8_t* out) {
     std::int32_t x = 2 * span.first;
     const std::int32_t end = 2 * span.end < width ? 2 * span.end : width;
     for (; end - x >= 16; x += 16) {
@@ -181,8 +148,8 @@ class WordPasses {
 
   // Output columns i .. i + 3 of the four rows.
   template <bool kWide>
-  PIXMORPH_INLINE_MEMBER static void SumGroup(const FusedPlan& plan, const std::uint8_t* source, std::int32_t i,
-                                              std::uint8_t* slot, Unsure& unsure) {
+  PIXMORPH_INLINE_MEMBER static void SumGroup(const FusedPlan& plan, const std::uint8_t* source,
+                                              std::int32_t i, std::uint8_t* slot, Unsure& unsure) {
     const WordAxis& axis = plan.rowWords;
     Vec sums[4][kRowVectors];
     for (int n = 0; n < 4; ++n) {
@@ -202,27 +169,30 @@ class WordPasses {
   template <bool kWide>
   PIXMORPH_INLINE_MEMBER static void SumColumn(const WordAxis& axis, const WordList& list,
                                                const std::uint8_t* source, Vec (&sums)[kRowVectors]) {
-    const std::int32_t* const words = axis.words + list.words;
-    AddColumn(words, list.pairs, source, kWide ? 0 : list.bias, sums);
-    if (!kWide) return;
-    Vec seconds[kRowVectors];
-    AddColumn(words + list.pairs, list.pairs, source, list.bias, seconds);
-    for (int n = 0; n < kRowVectors; ++n) sums[n] = V::Joined(sums[n], seconds[n]);
-  }
-
-  PIXMORPH_INLINE_MEMBER static void AddColumn(const std::int32_t* words, std::int32_t pairs,
-                                               const std::uint8_t* source, std::int32_t start,
-                                               Vec (&sums)[kRowVectors]) {
-    for (int n = 0; n < kRowVectors; ++n) sums[n] = V::Set(start);
-    for (; pairs > 0; --pairs, source += kPairBytes) {
+    const std::int32_t* words = axis.words + list.words;
+    for (int n = 0; kWide && n < kRowVectors; n += 2)
+      SumTwoVectors(words, list, source + V::kBytes * n, sums[n], sums[n + 1]);
+    if (kWide) return;
+    for (int n = 0; n < kRowVectors; ++n) sums[n] = V::Set(list.bias);
+    for (std::int32_t p = list.pairs; p > 0; --p, source += kPairBytes) {
       const Vec weights = V::Set(*words++);
       for (int n = 0; n < kRowVectors; ++n)
         sums[n] = V::MultiplyAdd(V::LoadWords(source + V::kBytes * n), weights, sums[n]);
     }
   }
 
+  // With wide weights; more at a time would need more registers than 32-bit code has.
+  PIXMORPH_INLINE_MEMBER static void SumTwoVectors(const std::int32_t* words, const WordList& list,
+                                                   const std::uint8_t* source, Vec& a, Vec& b) {
+    WideSums<V> sums(list.bias);
+    for (std::int32_t p = 0; p < list.pairs; ++p, source += kPairBytes)
+      sums.Add(V::LoadWords(source), V::LoadWords(source + V::kBytes), words[p], words[p + list.pairs]);
+    a = sums.First(), b = sums.Second();
+  }
+
   // Output column i of row n. The four columns behind the last are not there.
-  static __attribute__((noinline)) void LookAgainAtColumn(const FusedPlan& plan, const std::uint8_t* const* rows,
+  static __attribute__((noinline)) void LookAgainAtColumn(const FusedPlan& plan,
+                                                          const std::uint8_t* const* rows,
                                                           const std::uint8_t* source, std::int32_t i,
                                                           std::int32_t n, std::uint8_t* slot) {
     const WordAxis& axis = plan.rowWords;
@@ -245,8 +215,8 @@ class WordPasses {
   }
 
   template <bool kWide>
-  static void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
-                           std::uint32_t top) {
+  static void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
+                           std::uint8_t* out, std::uint32_t top) {
     const WordAxis& axis = plan.columnWords;
     const WordList& list = axis.lists[r];
     const std::ptrdiff_t stride = PlaneStride(plan);
@@ -258,41 +228,48 @@ class WordPasses {
     const auto look = [&](std::int32_t x, std::int32_t pixel) {
       if (x + pixel >= width) return;
       x += pixel;
-      LookAgainAtPixel(plan, r, planes + 8 * static_cast<std::ptrdiff_t>(x), out + 4 * static_cast<std::ptrdiff_t>(x), top);
+      LookAgainAtPixel(plan, r, planes + 8 * static_cast<std::ptrdiff_t>(x),
+                       out + 4 * static_cast<std::ptrdiff_t>(x), top);
     };
     for (std::int32_t x = 0; x < width; x += kStep) {
       Vec sums[4];
       SumPixels<kWide>(axis, list, planes + 8 * static_cast<std::ptrdiff_t>(x), stride, sums);
       if (!unsure.HasRoom(1)) unsure.TakeAll(look);
       unsure.Add(x, V::Bits(V::InOrder(rounding.Unsure(sums))));
-      V::StorePixels(V::InOrder(rounding.Bytes(sums)), out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
+      V::StorePixels(V::InOrder(rounding.Bytes(sums)), out + 4 * static_cast<std::ptrdiff_t>(x), width - x,
+                     top);
     }
     unsure.TakeAll(look);
   }
 
   template <bool kWide>
   PIXMORPH_INLINE_MEMBER static void SumPixels(const WordAxis& axis, const WordList& list,
-                                               const std::uint8_t* source, std::ptrdiff_t stride, Vec (&sums)[4]) {
-    const std::int32_t* const words = axis.words + list.words;
-    AddPixels(words, list.pairs, source, stride, kWide ? 0 : list.bias, sums);
-    if (!kWide) return;
-    Vec seconds[4];
-    AddPixels(words + list.pairs, list.pairs, source, stride, list.bias, seconds);
-    for (int n = 0; n < 4; ++n) sums[n] = V::Joined(sums[n], seconds[n]);
-  }
-
-  PIXMORPH_INLINE_MEMBER static void AddPixels(const std::int32_t* words, std::int32_t pairs,
                                                const std::uint8_t* source, std::ptrdiff_t stride,
-                                               std::int32_t start, Vec (&sums)[4]) {
-    Vec a = V::Set(start), b = a, c = a, d = a;
-    for (; pairs > 0; --pairs, source += stride) {
+                                               Vec (&sums)[4]) {
+    const std::int32_t* words = axis.words + list.words;
+    if (kWide) {
+      SumTwoVectors(words, list, source, stride, sums[0], sums[1]);
+      return SumTwoVectors(words, list, source + 16 * V::kPixels, stride, sums[2], sums[3]);
+    }
+    Vec a = V::Set(list.bias), b = a, c = a, d = a;
+    for (std::int32_t p = list.pairs; p > 0; --p, source += stride) {
       const Vec weights = V::Set(*words++);
-      a = V::MultiplyAdd(V::Widen(source), weights, a);
-      b = V::MultiplyAdd(V::Widen(source + 8 * V::kPixels), weights, b);
-      c = V::MultiplyAdd(V::Widen(source + 16 * V::kPixels), weights, c);
-      d = V::MultiplyAdd(V::Widen(source + 24 * V::kPixels), weights, d);
+      const typename V::Widened low(source), high(source + 16 * V::kPixels);
+      a = V::MultiplyAdd(low.First(), weights, a), b = V::MultiplyAdd(low.Second(), weights, b);
+      c = V::MultiplyAdd(high.First(), weights, c), d = V::MultiplyAdd(high.Second(), weights, d);
     }
     sums[0] = a, sums[1] = b, sums[2] = c, sums[3] = d;
+  }
+
+  PIXMORPH_INLINE_MEMBER static void SumTwoVectors(const std::int32_t* words, const WordList& list,
+                                                   const std::uint8_t* source, std::ptrdiff_t stride, Vec& a,
+                                                   Vec& b) {
+    WideSums<V> sums(list.bias);
+    for (std::int32_t p = 0; p < list.pairs; ++p, source += stride) {
+      const typename V::Widened pixels(source);
+      sums.Add(pixels.First(), pixels.Second(), words[p], words[p + list.pairs]);
+    }
+    a = sums.First(), b = sums.Second();
   }
 
   // One pixel of row r; `woven` is its place in the first plane.
@@ -326,7 +303,8 @@ class WordPasses {
       double sum = 0.0;
       for (std::int32_t t = 0; t < block.count; ++t) {
         const std::int32_t row = list.first % 2 + t;
-        sum += static_cast<double>(axis.weights[block.offset + t]) * woven[row / 2 * stride + 2 * c + row % 2];
+        sum +=
+            static_cast<double>(axis.weights[block.offset + t]) * woven[row / 2 * stride + 2 * c + row % 2];
       }
       pixel |= std::uint32_t{ref::ResampledChannel(sum, block.sum)} << (8 * c);
     }

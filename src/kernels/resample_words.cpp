@@ -60,21 +60,21 @@ class Packer {
     return longest;
   }
 
-  // What rounding leaves of a weight is at most half a unit, and a bias differs from the rounding half by less
-  // than 5 errors.
+  // What rounding leaves of a weight is at most half a unit, and a bias differs from the rounding half by
+  // less than 5 errors.
   bool ChooseLowBits() {
     const std::int32_t longest = Longest();
     const double most = 8.0 * fixed_.error + kChannelMax * longest / 2.0;
     for (lowBits_ = kMostLowBits; lowBits_ >= kLeastLowBits; --lowBits_)
       if (most * (1 << lowBits_) < kRoom) break;
-    // Half a step of the second sum for each tap, a whole one where the largest number is just missed; and what
-    // `ScaledWeight` and the plain doubles may be off.
+    // Half a step of the second sum for each tap, a whole one where the largest number is just missed; and
+    // what `ScaledWeight` and the plain doubles may be off.
     near_ = TruncateToInt32(kChannelMax * longest) + 2;
     return lowBits_ >= kLeastLowBits;
   }
 
-  // From the fraction of a first sum to the side of the whole number on which the truth lies; ties that a rule
-  // decides are taken to their side.
+  // From the fraction of a first sum to the side of the whole number on which the truth lies; ties that a
+  // rule decides are taken to their side.
   std::int32_t SecondBias(const WeightBlock& block, std::int32_t bias) const {
     const double fine = fixed_.unit * (1 << lowBits_);
     const TieRule ties = TiesOf(axis_, block);

@@ -9,9 +9,9 @@
 // 16-bit numbers and add the products. Taps are grouped by twos counted from sample 0: pair p is the samples
 // 2p and 2p + 1.
 //
-// With one such word a pair the weights are narrow, and a few samples in a hundred stay unsure: those whose fraction
-// is below `threshold`. They get a second look with what rounding took from the weights, again 16 bits a tap and
-// finer by `lowBits`:
+// With one such word a pair the weights are narrow, and a few samples in a hundred stay unsure: those whose
+// fraction is below `threshold`. They get a second look with what rounding took from the weights, again 16
+// bits a tap and finer by `lowBits`:
 //   ((fraction << lowBits) + the second sum + secondBias) is below 0 where the whole part is one too large.
 // Where that is nearer to 0 than `near`, once in a million times, the sample is computed as plain doubles.
 //
@@ -23,10 +23,10 @@ namespace pixmorph::kernels {
 constexpr std::int32_t kWideLowBits = 8;  // what wide weights have in their second words
 
 struct WordList {
-  std::int32_t pair;   // the first; the last may reach one sample behind the source, with weight 0
-  std::int32_t pairs;  // 1 or more
-  std::int32_t words;  // index into `words`: one a pair, then one a pair for the second sum
-  std::int32_t bias;   // where the first sum starts; of wide weights the second
+  std::int32_t pair;        // the first; the last may reach one sample behind the source, with weight 0
+  std::int32_t pairs;       // 1 or more
+  std::int32_t words;       // index into `words`: one a pair, then one a pair for the second sum
+  std::int32_t bias;        // where the first sum starts; of wide weights the second
   std::int32_t secondBias;  // of narrow weights
 };
 
@@ -36,7 +36,7 @@ struct WordAxis {
   const std::int32_t* words;
   bool wide;
   std::int32_t fractionBits;
-  std::int32_t lowBits;  // of narrow weights
+  std::int32_t lowBits;    // of narrow weights
   std::int32_t threshold;  // of the fraction
   std::int32_t near;
 };
@@ -44,9 +44,10 @@ struct WordAxis {
 // Memory that `PackWords` needs, in bytes; negative when it has no size. [pure]
 std::int64_t WordsBytes(const AxisWeights& axis);
 
-// Packs an axis into `memory` (WordsBytes bytes, aligned to 4). Weights are narrow where the share of samples that
-// can be expected to need a second look is at most `unsureAPair` for each pair of a list: second looks cost a level
-// so much less than second sums. False when the weights don't suit this form: far too many or far too large.
+// Packs an axis into `memory` (WordsBytes bytes, aligned to 4). Weights are narrow where the share of samples
+// that can be expected to need a second look is at most `unsureAPair` for each pair of a list: second looks
+// cost a level so much less than second sums. False when the weights don't suit this form: far too many or
+// far too large.
 bool PackWords(const AxisWeights& axis, double unsureAPair, void* memory, WordAxis& packed);
 
 }  // namespace pixmorph::kernels
