@@ -79,6 +79,22 @@ Sweep TapsSweep() {
   return sweep;
 }
 
+// Pictures so small that setting up is most of the work.
+Sweep IconSweep() {
+  Sweep sweep{"icons", "pixels a side", {}};
+  for (int side : {16, 32, 48, 64, 128, 256}) {
+    const std::vector<Workload> rows = {
+        Scale("scale to half", side, side, side / 2, side / 2, false, 0, 0),
+        Scale("smooth to double", side, side, side * 2, side * 2, true, 0, 0),
+        Scaling(3, side, side, side * 3 / 2, side * 3 / 2, kReduce[0]),
+        Blur("blur r=2", 2, side, side, 0, 0),
+        {"draw at a fraction", Method::kDraw, side, side, side * 2, side * 2},
+    };
+    for (const Workload& row : rows) sweep.points.push_back({double(side), row});
+  }
+  return sweep;
+}
+
 }  // namespace
 
 std::vector<Workload> StandardWorkloads() {
@@ -125,6 +141,6 @@ std::vector<Workload> ChecksumWorkloads() {
   return rows;
 }
 
-std::vector<Sweep> StandardSweeps() { return {SizeSweep(), RadiusSweep(), TapsSweep()}; }
+std::vector<Sweep> StandardSweeps() { return {SizeSweep(), RadiusSweep(), TapsSweep(), IconSweep()}; }
 
 }  // namespace bench

@@ -35,7 +35,7 @@ struct SweepPoint {
   Workload workload;
 };
 struct Sweep {
-  std::string name;      // "size", "radius" or "taps"
+  std::string name;      // "size", "radius", "taps" or "icons"
   std::string variable;  // what `SweepPoint::variable` counts, with its unit
   std::vector<SweepPoint> points;
 };

@@ -102,8 +102,8 @@ struct AreaAverageKernels {
   // The same for boxes one column wide that lie side by side, four sums a pixel; for the first form's boxes.
   void (*divideSums)(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
   // New pixels straight from 1 .. kAreaRowsAtOnce rows of 32-bit pixels, for boxes side by side (box i starts
-  // at pixel i × boxWidth), where `canTile` says so.
-  bool (*canTile)(std::int32_t boxWidth, std::int32_t boxHeight);
+  // at pixel i × boxWidth), where `canTile` says so for rows of `count` new pixels.
+  bool (*canTile)(std::int32_t boxWidth, std::int32_t boxHeight, std::int32_t count);
   void (*averageTiles)(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
                        const AreaColumns& columns);
   // out[i] = 32-bit pixel starts[i] of `row`, with its top byte replaced by `top`. `starts` never falls and
@@ -131,7 +131,7 @@ void AddSums(std::uint32_t* totals, const std::uint16_t* sums, std::int32_t coun
 void AverageSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
 void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaColumns& columns);
 void DivideSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns& columns);
-bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight);
+bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight, std::int32_t count);
 void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
                   const AreaColumns& columns);
 void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,

@@ -79,7 +79,7 @@ void DivideSums(std::uint8_t* out, const std::uint16_t* sums, const AreaColumns&
   }
 }
 
-bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight) {
+bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight, std::int32_t) {
   return boxWidth <= kAreaRowsAtOnce && boxHeight <= kAreaRowsAtOnce;
 }
 

@@ -19,7 +19,7 @@ struct Sse2Lanes {
 };
 
 // Without byte shuffles the way over rows of sums is as good.
-bool NeverTiles(std::int32_t, std::int32_t) { return false; }
+bool NeverTiles(std::int32_t, std::int32_t, std::int32_t) { return false; }
 
 }  // namespace
 

@@ -56,16 +56,11 @@ struct Sse41Tiles {
 
 }  // namespace
 
-const AreaAverageKernels kAreaAverageSse41 = {AddRows<Sse41Lanes>,
-                                              AddSums,
-                                              AverageSmall,
-                                              AverageLarge,
-                                              AverageTotals,
-                                              DivideSums,
-                                              CanTile,
-                                              AverageTiles<Sse41Tiles>,
-                                              RepeatEachPixel,
-                                              CopyRow<Pixels128>,
+const AreaAverageKernels kAreaAverageSse41 = {AddRows<Sse41Lanes>, AddSums,
+                                              AverageSmall,        AverageLarge,
+                                              AverageTotals,       DivideSums,
+                                              CanTile<Sse41Tiles>, AverageTiles<Sse41Tiles>,
+                                              RepeatEachPixel,     CopyRow<Pixels128>,
                                               FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -9,8 +9,16 @@
 namespace pixmorph::kernels {
 namespace {
 
-bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight) {
-  return (boxWidth == 2 || boxWidth == 4) && boxHeight <= kAreaRowsAtOnce;
+// New pixels that are made at once.
+template <class V>
+constexpr std::int32_t TileStep(std::int32_t boxWidth) {
+  return V::kVectors * V::kBytes / (4 * boxWidth);
+}
+
+// Rows shorter than one step go over sums.
+template <class V>
+bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight, std::int32_t count) {
+  return (boxWidth == 2 || boxWidth == 4) && boxHeight <= kAreaRowsAtOnce && count >= TileStep<V>(boxWidth);
 }
 
 // The sums of one vector's boxes.
@@ -33,7 +41,7 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
   for (int r = 0; r < kRows; ++r) rows[r] = rowTable[r];
   const typename V::Division divide(columns);
   constexpr std::ptrdiff_t kBytes = V::kVectors * V::kBytes;
-  constexpr std::int32_t kStep = kBytes / (4 * kWidth);  // new pixels
+  constexpr std::int32_t kStep = TileStep<V>(kWidth);
   const auto average = [&](std::int32_t x) {
     const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(x) * kWidth * 4;
     for (int r = 0; r < kRows; ++r)
@@ -44,7 +52,6 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
       sums[n] = TileSums<V, kWidth, kRows>(rows, offset + n * V::kBytes, divide);
     V::template StoreMeans<kWidth>(out + x * 4, sums, divide);
   };
-  if (columns.count < kStep) return ref::AverageTiles(out, rows, kRows, columns);
   std::int32_t x = 0;
   for (; x + kStep <= columns.count; x += kStep) average(x);
   // The last ones may overlap what has been done: doing it again changes nothing.

@@ -25,7 +25,7 @@ class AveragePasses {
     if (!AllAverages(row) || !AllAverages(column) || !SameCounts(row) || row.blocks[0].count < 2)
       return false;
     const std::int32_t box = row.blocks[0].count;
-    const bool tiles = K.canTile(box, 1) && SideBySide(row);
+    const bool tiles = K.canTile(box, 1, row.count) && SideBySide(row);
     if (kTilesOnly && !tiles) return false;
     AveragePlan& own = plan.averages;
     own.sums = static_cast<std::uint16_t*>(memory);

@@ -32,10 +32,14 @@ class WideSums {
 
   PIXMORPH_INLINE_MEMBER explicit WideSums(std::int32_t bias)
       : a_(V::Set(0)), b_(a_), fineA_(V::Set(bias)), fineB_(fineA_) {}
+  // One weight after the other, so that eight registers do.
   PIXMORPH_INLINE_MEMBER void Add(Vec a, Vec b, std::int32_t word, std::int32_t fineWord) {
-    const Vec weights = V::Set(word), fineWeights = V::Set(fineWord);
-    a_ = V::MultiplyAdd(a, weights, a_), fineA_ = V::MultiplyAdd(a, fineWeights, fineA_);
-    b_ = V::MultiplyAdd(b, weights, b_), fineB_ = V::MultiplyAdd(b, fineWeights, fineB_);
+    Vec weights = V::Set(word);
+    a_ = V::MultiplyAdd(a, weights, a_);
+    b_ = V::MultiplyAdd(b, weights, b_);
+    weights = V::Set(fineWord);
+    fineA_ = V::MultiplyAdd(a, weights, fineA_);
+    fineB_ = V::MultiplyAdd(b, weights, fineB_);
   }
   PIXMORPH_INLINE_MEMBER Vec First() const { return V::Joined(a_, fineA_); }
   PIXMORPH_INLINE_MEMBER Vec Second() const { return V::Joined(b_, fineB_); }

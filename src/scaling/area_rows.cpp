@@ -29,7 +29,7 @@ AreaRows::AreaRows(const SourcePixels& source, PixelLayout outLayout, std::int32
       streams_(std::int64_t{newWidth} * newHeight * 4 >= kStreamFrom),
       totals32_(down_.box > kAreaRowsIn16Bits),
       tiles_(step_ == 4 && across_.box * newWidth == source.width &&
-             kernels_.canTile(across_.box, down_.box)) {
+             kernels_.canTile(across_.box, down_.box, newWidth)) {
   ready_ = PlanMemory();
   if (ready_) PlanColumns();
 }

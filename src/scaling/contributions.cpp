@@ -14,9 +14,11 @@ namespace {
 // made of two sines costs far more than the look-up.
 class FilterMemory {
  public:
-  explicit FilterMemory(const Filter& filter) : weight_(filter.weight) {
+  // `count` lists will ask: for a few the whole memory would take longer to clear than it saves.
+  FilterMemory(const Filter& filter, std::int32_t count) : weight_(filter.weight) {
+    while (slotBits_ < kMostSlotBits && count > (1 << slotBits_) / 4) ++slotBits_;
     // Arguments are never negative, so no slot matches before it is filled.
-    for (Slot& slot : slots_) slot.argument = -1.0;
+    for (std::uint32_t n = 0; n < 1u << slotBits_; ++n) slots_[n].argument = -1.0;
   }
 
   double Weight(double t) {
@@ -30,18 +32,19 @@ class FilterMemory {
     double argument;
     double weight;
   };
-  static constexpr int kSlotBits = 10;
+  static constexpr int kLeastSlotBits = 6, kMostSlotBits = 10;
 
-  static std::uint32_t SlotOf(double t) {
+  std::uint32_t SlotOf(double t) const {
     std::uint64_t bits;
     memcpy(&bits, &t, sizeof bits);
     const auto folded =
         static_cast<std::uint32_t>(bits) * 0x85EBCA6Bu + static_cast<std::uint32_t>(bits >> 32);
-    return (folded * 0x9E3779B1u) >> (32 - kSlotBits);
+    return (folded * 0x9E3779B1u) >> (32 - slotBits_);
   }
 
   double (*weight_)(double);
-  Slot slots_[1 << kSlotBits];
+  int slotBits_ = kLeastSlotBits;
+  Slot slots_[1 << kMostSlotBits];
 };
 
 // The taps of the list whose centre is `centre`, into its `capacity` entries.
@@ -81,7 +84,7 @@ bool ContributionTable::Allocate(std::int32_t count) {
 }
 
 void ContributionTable::Build(const Filter& filter, const ResampleAxis& axis) {
-  FilterMemory memory(filter);
+  FilterMemory memory(filter, axis.count);
   const double radius = axis.Radius(filter);
   const std::int64_t capacity = axis.Capacity(filter);
   const std::int64_t bytes = ByteSize(capacity).Times(sizeof(Contribution)).Bytes();

@@ -193,8 +193,8 @@ TEST_P(AreaAverage, AveragesTilesUpToTheRowsEnd) {
   test::Random random(9);
   for (int round = 0; round < 400; ++round) {
     const int boxWidth = random.Between(1, 8), boxHeight = random.Between(1, kAreaRowsAtOnce);
-    if (!Kernels().canTile(boxWidth, boxHeight)) continue;
     const int newWidth = random.Between(1, 60);
+    if (!Kernels().canTile(boxWidth, boxHeight, newWidth)) continue;
     const auto bytes = static_cast<std::size_t>(newWidth * boxWidth) * 4;
     const auto at = random.OneIn(2) ? test::Fence::At::kEnd : test::Fence::At::kStart;
     test::Fence first(bytes, at), second(bytes, at), out(static_cast<std::size_t>(newWidth) * 4, at);
