@@ -21,7 +21,8 @@ set_target_properties(pixmorph_bench PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJE
 set(INSTALL_GTEST OFF)
 add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 include(GoogleTest)
-file(GLOB PIXMORPH_KERNEL_TESTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/kernels/*_test.cpp)
+file(GLOB PIXMORPH_KERNEL_TESTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/kernels/*_test.cpp
+  ${PROJECT_SOURCE_DIR}/tests/rehearsal/*_test.cpp)
 file(GLOB PIXMORPH_KERNEL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/kernels/*.cpp)
 if(PIXMORPH_KERNEL_TESTS)
   add_executable(test_kernels ${PIXMORPH_KERNEL_TESTS} $<TARGET_OBJECTS:pixmorph_operations>
