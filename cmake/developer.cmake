@@ -36,7 +36,7 @@ set_source_files_properties(tools/main.cpp tools/commands/arguments.cpp tools/co
 set_source_files_properties(tools/main.cpp PROPERTIES COMPILE_DEFINITIONS PIXMORPH_VERSION="${PROJECT_VERSION}")
 
 # The core is linked for what the command tells about the processor; the methods come from the loaded library.
-add_executable(pixmorph_tool tools/main.cpp $<TARGET_OBJECTS:pixmorph_core>)
+add_executable(pixmorph_tool tools/main.cpp ${PIXMORPH_CORE_OBJECTS})
 set_target_properties(pixmorph_tool PROPERTIES OUTPUT_NAME pixmorph RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 target_link_libraries(pixmorph_tool PRIVATE pixmorph_tool_parts ${PIXMORPH_SYSTEM_LIBRARIES})
 add_dependencies(pixmorph_tool pixmorph_plugin)

@@ -1,12 +1,5 @@
 # The operations and kernels as 64-bit programs, for machines whose kernel refuses 32-bit ones and for levels that an
 # emulator lacks. Pictures are plain memory here: bench/rehearsal takes the place of src/picture and of the services.
-file(GLOB PIXMORPH_OPERATION_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/kernels/*.cpp
-  ${PROJECT_SOURCE_DIR}/src/scaling/*.cpp ${PROJECT_SOURCE_DIR}/src/effects/*.cpp ${PROJECT_SOURCE_DIR}/src/support/memory.cpp
-  ${PROJECT_SOURCE_DIR}/src/picture/pixel_format.cpp ${PROJECT_SOURCE_DIR}/src/runtime/yield.cpp)
-pixmorph_set_isa_flags(${PIXMORPH_OPERATION_SOURCES})
-add_library(pixmorph_operations OBJECT ${PIXMORPH_OPERATION_SOURCES})
-target_link_libraries(pixmorph_operations PRIVATE pixmorph_warnings PUBLIC pixmorph_core_flags)
-
 add_library(pixmorph_developer_flags INTERFACE)
 target_compile_options(pixmorph_developer_flags INTERFACE -msse2 -mfpmath=sse -ffp-contract=off)
 target_include_directories(pixmorph_developer_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
@@ -23,11 +16,9 @@ add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FR
 include(GoogleTest)
 file(GLOB PIXMORPH_KERNEL_TESTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/kernels/*_test.cpp
   ${PROJECT_SOURCE_DIR}/tests/rehearsal/*_test.cpp)
-file(GLOB PIXMORPH_KERNEL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/kernels/*.cpp)
 if(PIXMORPH_KERNEL_TESTS)
   add_executable(test_kernels ${PIXMORPH_KERNEL_TESTS} $<TARGET_OBJECTS:pixmorph_operations>
-    ${PROJECT_SOURCE_DIR}/bench/rehearsal/editor.cpp ${PROJECT_SOURCE_DIR}/bench/rehearsal/services.cpp
-    ${PROJECT_SOURCE_DIR}/tests/support/fence.cpp ${PROJECT_SOURCE_DIR}/tests/support/random.cpp)
+    ${PIXMORPH_PLAIN_PICTURES} ${PROJECT_SOURCE_DIR}/tests/support/fence.cpp ${PROJECT_SOURCE_DIR}/tests/support/random.cpp)
   target_link_libraries(test_kernels PRIVATE pixmorph_developer_flags gtest gtest_main m)
   gtest_discover_tests(test_kernels TEST_PREFIX kernels64. DISCOVERY_TIMEOUT 300 PROPERTIES TIMEOUT 600)
 endif()

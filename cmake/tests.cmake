@@ -18,7 +18,11 @@ foreach(folder IN LISTS PIXMORPH_TEST_FOLDERS)
   if(sources)
     set(target test_${name})
     # The core's objects are linked in, so that kernels, levels and helpers can be tested without being exported.
-    add_executable(${target} ${sources} $<TARGET_OBJECTS:pixmorph_core>)
+    set(objects ${PIXMORPH_CORE_OBJECTS})
+    if(name STREQUAL rehearsal)
+      set(objects $<TARGET_OBJECTS:pixmorph_operations> ${PIXMORPH_PLAIN_PICTURES})
+    endif()
+    add_executable(${target} ${sources} ${objects})
     target_link_libraries(${target} PRIVATE $<TARGET_NAME_IF_EXISTS:test_support> pixmorph_developer_flags standin
       gtest gtest_main ${PIXMORPH_SYSTEM_LIBRARIES})
     target_compile_definitions(${target} PRIVATE PIXMORPH_LIBRARY="$<TARGET_FILE:pixmorph_plugin>")

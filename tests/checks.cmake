@@ -7,7 +7,7 @@ if(NOT PIXMORPH_SANITIZE)
   add_test(NAME check.library COMMAND ${PROJECT_SOURCE_DIR}/scripts/check_library.sh
     $<TARGET_FILE:pixmorph_plugin> ${PROJECT_SOURCE_DIR}/src/plugin.map)
   add_test(NAME check.isa_objects COMMAND ${PROJECT_SOURCE_DIR}/scripts/check_isa_objects.sh
-    $<TARGET_OBJECTS:pixmorph_core> COMMAND_EXPAND_LISTS)
+    ${PIXMORPH_CORE_OBJECTS} COMMAND_EXPAND_LISTS)
 endif()
 
 add_test(NAME check.readme COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/scripts/check_readme.py)
