@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 
 #include "kernels/area_average_kernel.h"
+#include "kernels/read_ahead.h"
 
 // The vector bodies of the area average, for inclusion by the files of the levels: everything here is local
 // to them. `V` is a thin vector of 16-bit lanes.
@@ -29,6 +30,7 @@ PIXMORPH_INLINE void AddRowsOf(std::uint16_t* sums, const std::uint8_t* const* r
   const typename V::U16 lastSums = RowSums<V, kRows, kFirst>(sums, rows, last);
   std::ptrdiff_t i = 0;
   for (; i + 2 * V::kLanes <= count; i += 2 * V::kLanes) {
+    ReadAhead<kRows, 2 * V::kLanes>(rows[0], i);
     const typename V::U16 a = RowSums<V, kRows, kFirst>(sums, rows, i);
     const typename V::U16 b = RowSums<V, kRows, kFirst>(sums, rows, i + V::kLanes);
     V::Store(sums + i, a);

@@ -2,6 +2,7 @@
 #define PIXMORPH_KERNELS_AREA_AVERAGE_TILES_H_
 
 #include "kernels/area_average_kernel.h"
+#include "kernels/read_ahead.h"
 
 // Boxes of two or four columns side by side, averaged without rows of sums in between: bytes are grouped by
 // channel with one shuffle and summed with multiplications by one. `V` is a vector of pixels; for inclusion
@@ -30,10 +31,6 @@ PIXMORPH_INLINE typename V::Sums TileSums(const std::uint8_t* const* rows, std::
   return sums;
 }
 
-// How far ahead of the loads the caches are told what comes: several rows at once are more than the
-// processor's own prefetching keeps up with. Every byte is read once, so it need not stay. [bytes]
-constexpr std::ptrdiff_t kTilesAhead = 2048;
-
 template <class V, int kWidth, int kRows>
 PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const* rowTable,
                                     const AreaColumns& columns) {
@@ -44,9 +41,7 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
   constexpr std::int32_t kStep = TileStep<V>(kWidth);
   const auto average = [&](std::int32_t x) {
     const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(x) * kWidth * 4;
-    for (int r = 0; r < kRows; ++r)
-      for (std::ptrdiff_t line = 0; line < kBytes; line += 64)
-        __builtin_prefetch(rows[r] + offset + kTilesAhead + line, 0, 0);
+    ReadAhead<kRows, kBytes>(rows[0], offset);
     typename V::Sums sums[V::kVectors];
     for (int n = 0; n < V::kVectors; ++n)
       sums[n] = TileSums<V, kWidth, kRows>(rows, offset + n * V::kBytes, divide);

@@ -63,7 +63,7 @@ PIXMORPH_INLINE void RewriteTops(std::uint8_t* to, std::int32_t count, std::uint
   const V tops = V::Set32(top), mask = V::Set32(0xFF000000);
   std::int32_t x = 0;
   for (; x + kAtOnce * V::kPixels <= count; x += kAtOnce * V::kPixels) {
-    for (int i = 0; i < kAtOnce * V::kBytes; i += 64) __builtin_prefetch(to + x * 4 + kTopsAhead + i);
+    for (int i = 0; i < kAtOnce * V::kBytes; i += 64) __builtin_prefetch(to + x * 4 + kTopsAhead + i, 0, 2);
     V differences = V::Zero();
     for (int i = 0; i < kAtOnce; ++i)
       differences = V::Or(differences, V::Xor(V::Load(to + (x + i * V::kPixels) * 4), tops));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one like a new one
 
-constexpr std::int64_t kStreamedPixels = 8 << 20;  // of a result that no cache would keep anyway
+constexpr std::int64_t kStreamedPixels = 4 << 20;  // of a result that few caches would keep anyway
 
 constexpr std::int64_t kFewPixels =
     4096;  // of a result for which verifying the blocks costs more than it saves
@@ -145,7 +145,8 @@ class PairPasses {
       const Record& record = records[group->record];
       const std::uint8_t* const from = rows[0] + 4 * static_cast<std::ptrdiff_t>(group->base);
       // The same place of the row that comes next, while this one is worked on.
-      if (g % (16 / kPixels) == 0) __builtin_prefetch(rows[1] + 4 * static_cast<std::ptrdiff_t>(group->base));
+      if (g % (16 / kPixels) == 0)
+        __builtin_prefetch(rows[1] + 4 * static_cast<std::ptrdiff_t>(group->base), 0, 2);
       W pixels = W::Gather(from, width - group->base, record.heavy);
       if (!copies) {
         const W light = W::Gather(from, width - group->base, record.light);

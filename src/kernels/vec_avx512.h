@@ -23,7 +23,7 @@ struct VecAvx512 {
   PIXMORPH_INLINE_MEMBER void Store(std::uint8_t* p) const { _mm512_storeu_si512(p, r); }
   PIXMORPH_INLINE_MEMBER void StoreAligned(std::uint8_t* p) const { _mm512_store_si512(p, r); }
   PIXMORPH_INLINE_MEMBER static void Prefetch(const std::uint8_t* p) {
-    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T1);
   }
   // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
   PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }

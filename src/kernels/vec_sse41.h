@@ -30,7 +30,7 @@ struct VecSse41 {
     _mm_store_si128(reinterpret_cast<__m128i*>(p), r);
   }
   PIXMORPH_INLINE_MEMBER static void Prefetch(const std::uint8_t* p) {
-    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T1);
   }
   // Past the caches; aligned. `EndStreaming` orders what was streamed before what is stored later.
   PIXMORPH_INLINE_MEMBER static void EndStreaming() { _mm_sfence(); }
