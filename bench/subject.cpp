@@ -48,9 +48,10 @@ standin::Ref Call(const Workload& w, const standin::Ref& source, int interval) {
 namespace {
 
 // A runtime that has done nothing yet, with the plugin in it.
-void StartRuntime(const std::string& store) {
+void StartRuntime(const std::string& store, bool watchMemory) {
   standin::Config config;
   config.recyclePixels = true;
+  config.watchMemory = watchMemory;
   config.mode = store == "console" ? standin::Mode::kConsole
                 : store == "gdk"   ? standin::Mode::kGdk
                                    : standin::Mode::kCairo;
@@ -62,7 +63,7 @@ void StartRuntime(const std::string& store) {
 
 Subject::Subject(const std::string& isa, const std::string& store)
     : store_(store), alpha_(store == "cairo-alpha") {
-  StartRuntime(store_);
+  StartRuntime(store_, false);
   if (!isa.empty() && !kernels::ForceLevel(LevelNamed(isa)))
     throw std::runtime_error("this processor can't run level " + isa);
   level_ = kernels::Kernels().name;
@@ -115,7 +116,7 @@ double Subject::LongestGap(const Workload& workload) {
 }
 
 long long Subject::PeakBytes(const Workload& workload) {
-  StartRuntime(store_);
+  StartRuntime(store_, true);
   Prepare(workload)();
   return static_cast<long long>(standin::PeakPluginBytes());
 }

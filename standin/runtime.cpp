@@ -53,7 +53,7 @@ void Start(const Config& config) {
 }
 
 void AttachPlugin(PluginMain entry) {
-  RememberPluginImage(reinterpret_cast<const void*>(entry));
+  if (CurrentConfig().watchMemory) RememberPluginImage(reinterpret_cast<const void*>(entry));
   {
     InsidePlugin inside;
     entry(&Resolve);

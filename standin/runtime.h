@@ -34,6 +34,9 @@ struct Config {
   // Hands the pixel memory of released pictures out again without clearing it, so that measurements do not
   // measure the system's page faults. Unguarded memory only.
   bool recyclePixels = false;
+  // Keeps a list of the blocks that the plugin allocates; without it the ledger knows nothing of them. Costs
+  // time where the plugin is linked into a program that allocates much of its own.
+  bool watchMemory = true;
 
   std::set<std::string> missingServices;    // by resolver name
   std::set<std::string> missingMethods;     // object and global methods, by declaration
