@@ -50,19 +50,20 @@ class FilterMemory {
 // The taps of the list whose centre is `centre`, into its `capacity` entries.
 void FillList(FilterMemory& filter, const ResampleAxis& axis, double radius, double centre,
               std::int64_t capacity, ContributionList& list) {
-  std::int64_t first = TruncateToInt64(centre - radius);
-  std::int64_t last = TruncateToInt64(centre + radius);
+  // 32 bits hold every column, and what lies beyond them is beyond the row too.
+  std::int32_t first = TruncateToInt32(centre - radius);
+  std::int32_t last = TruncateToInt32(centre + radius);
   if (first < 0) first = 0;
   if (last > axis.sourceLength - 1) last = axis.sourceLength - 1;
   double sum = 0.0;
-  for (std::int64_t j = first; j <= last; ++j) {
-    const double distance = centre - static_cast<double>(j) - 0.5;
+  for (std::int32_t j = first; j <= last; ++j) {
+    const double distance = centre - j - 0.5;
     const double x = axis.scale < 1.0 ? distance * axis.scale : distance;
     const double weight = filter.Weight(x < 0.0 ? -x : x);
     if (weight == 0.0) continue;
     // The room is enough for exact arithmetic; a rounding at the window's very end must not pass it.
     if (list.count == capacity) break;
-    list.entries[list.count++] = {static_cast<float>(weight), static_cast<std::int32_t>(j)};
+    list.entries[list.count++] = {static_cast<float>(weight), j};
     sum += weight;
   }
   list.weightSum = static_cast<float>(sum);
