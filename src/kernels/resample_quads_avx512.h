@@ -22,14 +22,25 @@ PIXMORPH_INLINE __m512i LoadVector(const void* p) { return _mm512_loadu_si512(p)
 
 PIXMORPH_INLINE __m512i Broadcast(const std::int32_t* p) { return _mm512_set1_epi32(*p); }
 
+// The same vector, which the compiler has to keep now, since it can't read it again.
+PIXMORPH_INLINE __m512i Kept(__m512i vector) {
+  __asm__("" : "+v"(vector));
+  return vector;
+}
+
+// What follows reads its memory anew. With eight registers the compiler would otherwise keep many digits in
+// vectors of their own on the stack, of which one can be loaded a cycle; as operands of the products two can.
+PIXMORPH_INLINE void ForgetMemory() { __asm__ volatile("" : : : "memory"); }
+
 // The three digits' sums of one list over quads that lie `stride` bytes apart, put together. kQuads 0:
 // `quads` of them, otherwise kQuads.
 template <std::int32_t kQuads>
 PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::ptrdiff_t stride,
                                   const std::int32_t* digits, std::int32_t quads, std::int32_t bias) {
+  ForgetMemory();
   __m512i high = _mm512_setzero_si512(), middle = high, low = _mm512_set1_epi32(bias);
   const auto add = [&high, &middle, &low](const std::uint8_t* at, const std::int32_t* words) {
-    const __m512i bytes = LoadVector(at);
+    const __m512i bytes = Kept(LoadVector(at));
     high = _mm512_dpbusd_epi32(high, bytes, Broadcast(words));
     middle = _mm512_dpbusd_epi32(middle, bytes, Broadcast(words + 1));
     low = _mm512_dpbusd_epi32(low, bytes, Broadcast(words + 2));
@@ -152,8 +163,12 @@ __attribute__((noinline)) void RedoPixels(const FusedPlan& plan, std::int32_t r,
   }
 }
 
-PIXMORPH_INLINE std::uint64_t Together(__mmask16 a, __mmask16 b, __mmask16 c, __mmask16 d) {
-  return _cvtmask64_u64(_mm512_kunpackd(_mm512_kunpackw(d, c), _mm512_kunpackw(b, a)));
+PIXMORPH_INLINE bool AnyOf(const __mmask16 (&m)[4]) {
+  return _cvtmask16_u32(_kor_mask16(_kor_mask16(m[0], m[1]), _kor_mask16(m[2], m[3]))) != 0;
+}
+
+PIXMORPH_INLINE std::uint64_t Together(const __mmask16 (&m)[4]) {
+  return _cvtmask64_u64(_mm512_kunpackd(_mm512_kunpackw(m[3], m[2]), _mm512_kunpackw(m[1], m[0])));
 }
 
 // Four rows of source pixels to quads: 64 bytes for four pixels, 16 a row, channel by channel. Quads first ..
@@ -231,8 +246,7 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
       }
       const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
       _mm512_store_si512(slot + 16 * static_cast<std::ptrdiff_t>(i), _mm512_permutexvar_epi8(weave, bytes));
-      const std::uint64_t all = Together(unsure[0], unsure[1], unsure[2], unsure[3]);
-      if (__builtin_expect(all != 0, 0)) RedoColumns(plan, rows, i, all, slot);
+      if (__builtin_expect(AnyOf(unsure), 0)) RedoColumns(plan, rows, i, Together(unsure), slot);
     }
   }
 }
@@ -295,16 +309,17 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
     const __m512i pixels = _mm512_permutexvar_epi32(inOrder, bytes);
     const __m512i written = _mm512_ternarylogic_epi32(
         pixels, _mm512_set1_epi32(0x00FFFFFF), _mm512_set1_epi32(static_cast<std::int32_t>(top)), 0xEA);
-    std::uint64_t all = Together(unsure[0], unsure[1], unsure[2], unsure[3]);
     std::uint8_t* const at = out + 4 * static_cast<std::ptrdiff_t>(x);
     const std::int32_t rest = width - x;
     if (rest >= 16) {
       _mm512_storeu_si512(at, written);
     } else {
       _mm512_mask_storeu_epi32(at, static_cast<__mmask16>((1u << rest) - 1), written);
-      all &= (std::uint64_t{1} << (4 * rest)) - 1;
     }
-    if (__builtin_expect(all != 0, 0)) RedoPixels(plan, r, slots, all, at, top);
+    if (__builtin_expect(AnyOf(unsure), 0)) {
+      const std::uint64_t inside = rest < 16 ? (std::uint64_t{1} << (4 * rest)) - 1 : ~std::uint64_t{0};
+      RedoPixels(plan, r, slots, Together(unsure) & inside, at, top);
+    }
   }
 }
 
