@@ -15,8 +15,8 @@ constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one l
 
 constexpr std::int64_t kStreamedPixels = 4 << 20;  // of a result that few caches would keep anyway
 
-constexpr std::int64_t kFewPixels =
-    4096;  // of a result for which verifying the blocks costs more than it saves
+// A result of fewer for each block: verifying the blocks would cost more than it saves.
+constexpr std::int64_t kPixelsPerBlock = 1000;
 
 // What the lanes of one vector are multiplied with.
 template <class W>
@@ -57,7 +57,8 @@ class PairPasses {
   }
 
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
-    if (std::int64_t{row.count} * column.count < kFewPixels) return false;
+    const std::int64_t pixels = std::int64_t{row.count} * column.count;
+    if (pixels < kPixelsPerBlock * (std::int64_t{row.blockCount} + column.blockCount)) return false;
     const std::int32_t groups = Groups(row);
     auto* const records = static_cast<Record*>(memory);
     auto* const table = reinterpret_cast<PairGroup*>(records + groups);
@@ -78,7 +79,7 @@ class PairPasses {
     plan.slotBytes = 4 * (std::int64_t{groups} + 1) * kPixels;
     plan.slotBytes = (plan.slotBytes + 63) / 64 * 64;
     plan.scratchBytes = 0;
-    plan.pairStreams = std::int64_t{row.count} * column.count >= kStreamedPixels;
+    plan.pairStreams = pixels >= kStreamedPixels;
     return true;
   }
 
