@@ -79,7 +79,7 @@ Subject::Subject(const std::string& isa, const std::string& store) : alpha_(stor
   level_ = kernels::Kernels().name;
   if (!isa.empty() && level_ != isa)
     throw std::runtime_error("unknown level '" + isa + "'; levels are scalar, sse2, sse41, avx2, avx512");
-  level_ += ", 64-bit rehearsal";
+  level_ += sizeof(void*) == 4 ? ", plain memory" : ", 64-bit rehearsal";
 }
 
 TimedRun Subject::Prepare(const Workload& workload, int interval) {

@@ -3,16 +3,17 @@
 namespace pixmorph::kernels {
 namespace {
 
-constexpr std::int64_t kPixelsWorthAFactor = 4096;
+constexpr std::int64_t kPixelsWorthAFactor = 1024;
 
 bool IsTame(double weight) {
   const double size = weight < 0 ? -weight : weight;
   return size == 0 || (size >= 1e-200 && size <= 1000);
 }
 
+// For weights of 0 to 1.
 bool Matches(double weight, std::uint32_t factor, std::int32_t shift) {
   for (std::uint32_t colour = 0; colour < 256; ++colour) {
-    const std::int32_t product = TruncateToInt32(static_cast<double>(colour) * weight);
+    const std::int32_t product = TruncateInRange(static_cast<double>(colour) * weight);
     if (static_cast<std::int32_t>(colour * factor >> 16 >> shift) != product) return false;
   }
   return true;

@@ -18,7 +18,10 @@ PIXMORPH_INLINE std::int32_t TruncateToInt32(double value) {
   return static_cast<std::int32_t>(value);
 }
 
-// The same for 64 bits. [pure]
+// The same for a value that is known to lie inside the range. [pure]
+PIXMORPH_INLINE std::int32_t TruncateInRange(double value) { return static_cast<std::int32_t>(value); }
+
+// As TruncateToInt32, for 64 bits. [pure]
 PIXMORPH_INLINE std::int64_t TruncateToInt64(double value) {
   if (!(value == value)) return 0;
   if (value >= 9223372036854775807.0) return INT64_MAX;
