@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 
 #include "kernels/area_average_kernel.h"
+#include "kernels/area_average_repeat.h"
 #include "kernels/read_ahead.h"
 
 // The vector bodies of the area average, for inclusion by the files of the levels: everything here is local
@@ -248,54 +249,6 @@ void AverageTotals(std::uint8_t* out, const std::uint32_t* totals, const AreaCol
   if (columns.boxPixels > kFloatDivisorLimit) return ref::AverageTotals(out, totals, columns);
   AverageWide(out, totals, columns);
 }
-
-// Pixel by pixel.
-void RepeatEachPixel(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,
-                     std::int32_t count, std::uint32_t top) {
-  for (std::int32_t x = 0; x < count; ++x, out += 4) {
-    std::uint32_t pixel = 0;
-    __builtin_memcpy(&pixel, row + starts[x] * 4, 4);
-    pixel = (pixel & 0x00FFFFFFu) | top;
-    __builtin_memcpy(out, &pixel, 4);
-  }
-}
-
-// V::kPixels at a time, permuted out of one load, as long as such a load stays inside the row.
-template <class V>
-void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
-                  std::uint32_t top) {
-  const std::int32_t lastLoad = count > 0 ? starts[count - 1] + 1 - V::kPixels : -1;
-  std::int32_t x = 0;
-  for (; x + V::kPixels <= count && starts[x] <= lastLoad; x += V::kPixels)
-    V::RepeatSome(out + x * 4, row + starts[x] * 4, starts + x, top);
-  RepeatEachPixel(out + x * 4, row, starts + x, count - x, top);
-}
-
-// How a level without wider vectors streams.
-struct Pixels128 {
-  static constexpr std::int32_t kStreamBytes = 16;
-  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, const std::uint8_t* from) {
-    _mm_stream_si128(reinterpret_cast<__m128i*>(out),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
-  }
-};
-
-// Stores past the caches between the aligned ends, V::kStreamBytes at a time.
-template <class V>
-void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount) {
-  const auto misaligned =
-      static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(out) & (V::kStreamBytes - 1));
-  const std::int32_t head = misaligned < byteCount ? misaligned : byteCount;
-  __builtin_memcpy(out, row, static_cast<std::uint32_t>(head));
-  std::ptrdiff_t i = head;
-  for (; i + 4 * V::kStreamBytes <= byteCount; i += 4 * V::kStreamBytes)
-    for (int part = 0; part < 4; ++part)
-      V::Stream(out + i + part * V::kStreamBytes, row + i + part * V::kStreamBytes);
-  for (; i + V::kStreamBytes <= byteCount; i += V::kStreamBytes) V::Stream(out + i, row + i);
-  __builtin_memcpy(out + i, row + i, static_cast<std::uint32_t>(byteCount - i));
-}
-
-void FinishCopies() { _mm_sfence(); }
 
 }  // namespace
 }  // namespace pixmorph::kernels

@@ -138,25 +138,33 @@ class PairPasses {
 
   static void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t*,
                         std::uint8_t* slot) {
-    const std::int32_t width = plan.rowPairs.exact.sourceLength, groups = Groups(plan.rowPairs.exact);
-    const bool copies = plan.rowPairs.copies, averages = plan.rowPairs.averages;
-    const PairGroup* group = plan.pairGroups;
+    if (plan.rowPairs.copies)
+      return MakeGroups(plan, rows, slot, [](const Record&, W heavy, auto) { return heavy; });
+    if (plan.rowPairs.averages)
+      return MakeGroups(plan, rows, slot,
+                        [](const Record&, W heavy, auto light) { return W::AverageBytes(heavy, light()); });
+    MakeGroups(plan, rows, slot, [](const Record& record, W heavy, auto light) {
+      const std::int16_t* const lanes = record.lanes;
+      return Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes), heavy, light());
+    });
+  }
+
+  // Fills a slot with what `make(record, heavy, light)` gives for each group; `light` is a function.
+  template <class Make>
+  PIXMORPH_INLINE_MEMBER static void MakeGroups(const FusedPlan& plan, const std::uint8_t* const* rows,
+                                                std::uint8_t* slot, Make make) {
+    const std::uint8_t *const row = rows[0], *const next = rows[1];
     const auto* const records = static_cast<const Record*>(plan.pairRecords);
+    const std::int32_t width = plan.rowPairs.exact.sourceLength, groups = Groups(plan.rowPairs.exact);
+    const PairGroup* group = plan.pairGroups;
     for (std::int32_t g = 0; g < groups; ++g, ++group, slot += 4 * kPixels) {
       const Record& record = records[group->record];
-      const std::uint8_t* const from = rows[0] + 4 * static_cast<std::ptrdiff_t>(group->base);
+      const auto at = 4 * static_cast<std::ptrdiff_t>(group->base);
       // The same place of the row that comes next, while this one is worked on.
-      if (g % (16 / kPixels) == 0)
-        __builtin_prefetch(rows[1] + 4 * static_cast<std::ptrdiff_t>(group->base), 0, 2);
-      W pixels = W::Gather(from, width - group->base, record.heavy);
-      if (!copies) {
-        const W light = W::Gather(from, width - group->base, record.light);
-        const std::int16_t* const lanes = record.lanes;
-        pixels = averages ? W::AverageBytes(pixels, light)
-                          : Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes),
-                                  pixels, light);
-      }
-      W::StoreBytes(slot, pixels);
+      if (g % (16 / kPixels) == 0) __builtin_prefetch(next + at, 0, 2);
+      const std::int32_t rest = width - group->base;
+      const W heavy = W::Gather(row + at, rest, record.heavy);
+      W::StoreBytes(slot, make(record, heavy, [&] { return W::Gather(row + at, rest, record.light); }));
     }
   }
 
