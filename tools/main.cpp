@@ -26,6 +26,22 @@ std::string DidYouMean(const std::string& typed, const std::vector<std::string>&
   return nearest.empty() ? ": see --help" : ": did you mean \"" + nearest + "\"?";
 }
 
+// What is typed to get there: "pixmorph batch".
+std::string Words(const CLI::App& command) {
+  const CLI::App* parent = command.get_parent();
+  return (parent ? Words(*parent) + " " : "") + command.get_name();
+}
+
+// For a word where one of the names was expected.
+std::string NoSuchCommand(const CLI::App& level, const std::string& typed,
+                          const std::vector<std::string>& names) {
+  if (!level.get_parent() || !Nearest(typed, names).empty())
+    return "there is no command \"" + typed + "\"" + DidYouMean(typed, names);
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+  return "\"" + Words(level) + "\" wants one of " + list + " before \"" + typed + "\"";
+}
+
 // Before the parser, which would only say that it had not expected the word.
 void CheckCommandNames(const CLI::App& app, int argc, char** argv) {
   const CLI::App* level = &app;
@@ -36,8 +52,7 @@ void CheckCommandNames(const CLI::App& app, int argc, char** argv) {
     std::vector<std::string> names;
     for (const CLI::App* command : below) names.push_back(command->get_name());
     const auto named = std::find(names.begin(), names.end(), typed);
-    if (named == names.end())
-      throw Failure(Exit::kUsage, "there is no command \"" + typed + "\"" + DidYouMean(typed, names));
+    if (named == names.end()) throw Failure(Exit::kUsage, NoSuchCommand(*level, typed, names));
     level = below[static_cast<std::size_t>(named - names.begin())];
   }
 }
@@ -47,12 +62,6 @@ const CLI::App& Chosen(const CLI::App& app) {
   const CLI::App* chosen = &app;
   while (!chosen->get_subcommands().empty()) chosen = chosen->get_subcommands().front();
   return *chosen;
-}
-
-// What is typed to get there: "pixmorph batch".
-std::string Words(const CLI::App& command) {
-  const CLI::App* parent = command.get_parent();
-  return (parent ? Words(*parent) + " " : "") + command.get_name();
 }
 
 // The parser's own sentence, and for a mistyped option of the command the nearest one.
@@ -71,7 +80,8 @@ std::string UsageSentence(const CLI::App& app, const CLI::ParseError& error) {
     return "can't read" + said.substr(said.find(':') + 1) + ": a number belongs there";
   if (command.get_require_subcommand_min() > 0 && command.get_subcommands().empty())
     return "a command is missing, such as \"" + Words(command) + " " +
-           command.get_subcommands([](const CLI::App*) { return true; }).front()->get_name() + "\": see --help";
+           command.get_subcommands([](const CLI::App*) { return true; }).front()->get_name() +
+           "\": see --help";
   return said + ": see --help";
 }
 
