@@ -15,7 +15,7 @@ done
 
 ./scripts/setup.sh
 optional=(libpixman-1-0:i386 libgdk-pixbuf-2.0-0:i386 libswscale6:i386 libzimg2:i386 libzimg-dev libstb-dev
-          python3-pil python3-opencv gnuplot-nox)
+          python3-pil python3-opencv gnuplot-nox valgrind)
 as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 suite=$(. /etc/os-release && printf '%s' "$VERSION_CODENAME")
 for package in "${optional[@]}"; do
@@ -34,12 +34,14 @@ if [ -e /proc/sys/fs/binfmt_misc/pixmorph-i386 ]; then
   preset=rehearsal64
   printf 'bench.sh: 32-bit programs run in an emulator here; measuring the 64-bit rehearsal\n'
 fi
-cmake --preset $preset >/dev/null
-cmake --build --preset $preset --target pixmorph_bench >/dev/null
+build() { cmake --preset "$1" >/dev/null && cmake --build --preset "$1" --target "${@:2}" >/dev/null; }
+build $preset pixmorph_bench
 mkdir -p out/bench
 # The distribution's own interpreter: it is the one that sees the packaged libraries.
 export PATH=/usr/bin:$PATH
-bench=build/$preset/pixmorph_bench
+bench=build/$preset/pixmorph_bench plain=$bench
+# Small pictures would drown in the time that the stand-in's own services take.
+[ $preset = release ] && build release pixmorph_bench_plain && plain=build/release/pixmorph_bench_plain
 # shellcheck disable=SC2086
 $bench --rounds "$rounds" $peers --tsv out/bench/table.tsv | tee out/bench/table.txt
 head -n 1 out/bench/table.txt >out/bench/origin.txt
@@ -50,17 +52,22 @@ for isa in avx512 avx2 sse41 sse2 scalar; do
   # shellcheck disable=SC2086
   $bench --rounds "$turns" --isa $isa $against --tsv "out/bench/table-$isa.tsv" || true
 done
-for store in cairo gdk; do
+for store in console cairo gdk; do
   display=()
   [ $store = gdk ] && [ $preset = release ] && display=(xvfb-run -a -s "-screen 0 64x64x24")
   "${display[@]}" $bench --rounds "$rounds" --store $store --tsv "out/bench/table-$store.tsv" || true
 done
 $bench --rounds "$rounds" --gaps --tsv out/bench/gaps.tsv
-$bench --rounds 3 --sweep all --tsv out/bench/curves.tsv
+$bench --rounds 5 --sweep all --tsv out/bench/curves.tsv
+$plain --rounds "$rounds" --sweep icons --tsv out/bench/icons.tsv
+# Valgrind knows AVX2 in 64-bit programs only.
+if command -v valgrind >/dev/null; then
+  build rehearsal64 pixmorph_bench
+  python3 scripts/count_instructions.py build/rehearsal64/pixmorph_bench out/bench/instructions.tsv
+fi
 
 # Memory is counted by the 32-bit program, emulated or not.
-cmake --preset release >/dev/null
-cmake --build --preset release --target pixmorph_bench >/dev/null
+build release pixmorph_bench
 build/release/pixmorph_bench --memory --isa sse2 --tsv out/bench/memory.tsv
 
 python3 scripts/plot_bench.py out/bench

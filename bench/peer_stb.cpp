@@ -1,6 +1,6 @@
 #include "bench/peer.h"
 
-#if __has_include(<stb/stb_image_resize.h>)
+#ifdef PIXMORPH_HAVE_STB
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
 #pragma GCC diagnostic ignored "-Wshadow"

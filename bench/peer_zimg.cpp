@@ -1,6 +1,6 @@
 #include "bench/peer.h"
 
-#if __has_include(<zimg.h>)
+#ifdef PIXMORPH_HAVE_ZIMG
 #include <dlfcn.h>
 #include <zimg.h>
 

@@ -5,6 +5,7 @@ target_compile_options(pixmorph_developer_flags INTERFACE -msse2 -mfpmath=sse -f
 target_include_directories(pixmorph_developer_flags INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src)
 target_link_libraries(pixmorph_developer_flags INTERFACE pixmorph_warnings)
 
+include(cmake/peers.cmake)
 file(GLOB PIXMORPH_BENCH_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/bench/*.cpp ${PROJECT_SOURCE_DIR}/bench/rehearsal/*.cpp)
 list(FILTER PIXMORPH_BENCH_SOURCES EXCLUDE REGEX "/bench/subject\\.cpp$")
 add_executable(pixmorph_bench ${PIXMORPH_BENCH_SOURCES} $<TARGET_OBJECTS:pixmorph_operations>)

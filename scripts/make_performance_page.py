@@ -54,32 +54,64 @@ def table(folder):
     return "\n".join(lines)
 
 
-def floor_level(folder):
-    """Ours and the peers', both with nothing beyond SSE2."""
-    lines = ["| workload | ours | fastest peer | its time |", "|---" * 4 + "|"]
-    for name, rows in by_workload(rows_of(folder / "table-sse2.tsv")).items():
-        ours, _, peer = cells_of(rows)
-        lines.append(f"| {name} | {ours:.2f} | " + (f"{peer[1]} | {peer[0]:.2f} |" if peer else " | |"))
+def held_down(folder):
+    """Ours and the fastest peer's, both held to AVX2 and both held to SSE2."""
+    lines = ["| workload | ours, AVX2 | fastest peer | its time | ours, SSE2 | fastest peer | its time |", "|---" * 7 + "|"]
+    tables = [by_workload(rows_of(folder / f"table-{level}.tsv")) for level in ("avx2", "sse2")]
+    for name in tables[0]:
+        cells = []
+        for table in tables:
+            ours, _, peer = cells_of(table[name])
+            cells += [f"{ours:.2f}", *((peer[1], f"{peer[0]:.2f}") if peer else ("", ""))]
+        lines.append(f"| {name} | " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def side_by_side(tables):
+    """Our ratios, a column for each of the tables by heading."""
+    found = {heading: {row["workload"]: float(row["ratio"]) for row in rows if row["contestant"] == OURS}
+             for heading, rows in tables.items()}
+    present = [heading for heading in found if found[heading]]
+    names = list(dict.fromkeys(name for heading in present for name in found[heading]))
+    lines = ["| workload | " + " | ".join(present) + " |", "|---" * (len(present) + 1) + "|"]
+    for name in names:
+        cells = [f"{found[heading][name]:.2f}" if name in found[heading] else "" for heading in present]
+        lines.append(f"| {name} | " + " | ".join(cells) + " |")
     return "\n".join(lines)
 
 
 def levels(folder):
-    found = {level: {row["workload"]: float(row["ratio"]) for row in rows_of(folder / f"table-{level}.tsv")
-                      if row["contestant"] == OURS} for level in LEVELS}
-    found["avx512"] = found["avx512"] or {row["workload"]: float(row["ratio"]) for row in rows_of(folder / "table.tsv")
-                                          if row["contestant"] == OURS and row["what"].startswith("avx512")}
-    present = [level for level in LEVELS if found[level]]
-    names = list(dict.fromkeys(name for level in present for name in found[level]))
-    lines = ["| workload | " + " | ".join(present) + " |", "|---" * (len(present) + 1) + "|"]
-    for name in names:
-        cells = [f"{found[level][name]:.2f}" if name in found[level] else "" for level in present]
-        lines.append(f"| {name} | " + " | ".join(cells) + " |")
-    return "\n".join(lines)
+    return side_by_side({level: rows_of(folder / f"table-{level}.tsv") for level in LEVELS})
+
+
+def stores(folder):
+    return side_by_side({"console": rows_of(folder / "table-console.tsv"), "cairo": rows_of(folder / "table-cairo.tsv"),
+                         "3 bytes a pixel": rows_of(folder / "table-gdk.tsv")})
 
 
 def memory(folder):
     rows = rows_of(folder / "memory.tsv")
     return "\n".join(["| workload | bytes |", "|---|---|"] + [f"| {r['workload']} | {int(r['bytes']):,} |" for r in rows])
+
+
+def icons(folder):
+    """Microseconds a call on small pictures, by their side."""
+    found = {}
+    for row in rows_of(folder / "icons.tsv"):
+        found.setdefault(row["workload"], {})[float(row["variable"])] = f"{1000 * float(row['ms']):.1f}"
+    sides = sorted({side for times in found.values() for side in times})
+    lines = ["| call | " + " | ".join(f"{side:.0f} × {side:.0f}" for side in sides) + " |", "|---" * (len(sides) + 1) + "|"]
+    lines += [f"| {name} | " + " | ".join(times.get(side, "") for side in sides) + " |" for name, times in found.items()]
+    return "\n".join(lines)
+
+
+def instructions(folder):
+    rows = rows_of(folder / "instructions.tsv")
+    if not rows:
+        return "Not counted."
+    levels = [name for name in rows[0] if name != "workload"]
+    lines = ["| workload | " + " | ".join(levels) + " |", "|---" * (len(levels) + 1) + "|"]
+    return "\n".join(lines + [f"| {row['workload']} | " + " | ".join(row[level] for level in levels) + " |" for row in rows])
 
 
 def origin(folder):
@@ -94,11 +126,12 @@ def main():
     if not rows_of(folder / "table.tsv"):
         sys.exit(f"{folder}/table.tsv is missing or empty; run ./bench.sh first")
     text = PAGE.read_text(encoding="utf-8")
-    for name, make in {"table": table, "levels": levels, "floor": floor_level, "memory": memory, "origin": origin}.items():
+    for name, make in {"table": table, "levels": levels, "stores": stores, "held": held_down, "memory": memory, "icons": icons,
+                       "instructions": instructions, "origin": origin}.items():
         block = f"<!-- figures: {name} -->\n\n{make(folder)}\n\n<!-- end -->"
         text = re.sub(rf"<!-- figures: {name} -->.*?<!-- end -->", lambda _, block=block: block, text, flags=re.S)
     PAGE.write_text(text, encoding="utf-8")
-    for file in ("table.tsv", "gaps.tsv", "memory.tsv", "curves.tsv"):
+    for file in ("table.tsv", "gaps.tsv", "memory.tsv", "curves.tsv", "icons.tsv", "instructions.tsv"):
         if (folder / file).exists():
             shutil.copy(folder / file, DATA / file)
     for plot in ("ratio", "size", "radius", "taps"):
