@@ -100,6 +100,7 @@ void FusedResample::WriteRow(PictureReader& reader, std::int32_t r, std::uint8_t
   const std::uint8_t* const slots = Slots(reader, Batch(list.first), Batch(LastRow(list)));
   if (layout != kernels::PixelLayout::kRgb24)
     return plan_.alongColumns(plan_, r, slots, out, TopByteMask(layout));
+  plan_.pairStreams = false;  // what is packed at once had better stay in the caches
   plan_.alongColumns(plan_, r, slots, packing_, 0);
   kernels_.pack->bgrxToRgb24(out, packing_, rowWeights_.count);
 }
