@@ -95,10 +95,10 @@ struct TwoPixels {
   };
 
   struct Rounding {
-    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordAxis& axis)
-        : up(_mm_cvtsi32_si128(32 - axis.fractionBits)),
-          down(_mm_cvtsi32_si128(axis.fractionBits)),
-          threshold(_mm256_set1_epi32((axis.threshold << (32 - axis.fractionBits)) - 1)) {}
+    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
+        : up(_mm_cvtsi32_si128(32 - grade.fractionBits)),
+          down(_mm_cvtsi32_si128(grade.fractionBits)),
+          threshold(_mm256_set1_epi32((grade.threshold << (32 - grade.fractionBits)) - 1)) {}
     // A byte for each channel of the eight pixels: not 0 where its fraction is below the threshold.
     PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
       return _mm256_packs_epi16(_mm256_packs_epi32(Below(sums[0]), Below(sums[1])),

@@ -11,20 +11,21 @@ namespace pixmorph::kernels {
 namespace {
 
 // The whole part of four sums, clamped later.
-PIXMORPH_INLINE __m128i WholeParts(__m128i sums, const WordAxis& axis) {
-  return _mm_sra_epi32(sums, _mm_cvtsi32_si128(axis.fractionBits));
+PIXMORPH_INLINE __m128i WholeParts(__m128i sums, const WordGrade& grade) {
+  return _mm_sra_epi32(sums, _mm_cvtsi32_si128(grade.fractionBits));
 }
 
 // One pixel of list `list` again. `sums` is what the first look gave, `second` the sums of the second words
 // without their bias. False where only the plain evaluation tells; `sums` are then of no use.
 PIXMORPH_INLINE bool LookAgain(const WordAxis& axis, const WordList& list, __m128i& sums, __m128i second) {
-  const __m128i fractions = _mm_and_si128(sums, _mm_set1_epi32((1 << axis.fractionBits) - 1));
-  const __m128i unsure = _mm_cmplt_epi32(fractions, _mm_set1_epi32(axis.threshold));
-  const __m128i fine = _mm_sll_epi32(_mm_and_si128(fractions, unsure), _mm_cvtsi32_si128(axis.lowBits));
+  const WordGrade& grade = axis.grades[list.grade];
+  const __m128i fractions = _mm_and_si128(sums, _mm_set1_epi32((1 << grade.fractionBits) - 1));
+  const __m128i unsure = _mm_cmplt_epi32(fractions, _mm_set1_epi32(grade.threshold));
+  const __m128i fine = _mm_sll_epi32(_mm_and_si128(fractions, unsure), _mm_cvtsi32_si128(grade.lowBits));
   const __m128i y = _mm_add_epi32(_mm_add_epi32(fine, second), _mm_set1_epi32(list.secondBias));
-  const __m128i near = _mm_and_si128(_mm_cmpgt_epi32(y, _mm_set1_epi32(-axis.near)),
-                                     _mm_cmplt_epi32(y, _mm_set1_epi32(axis.near)));
-  sums = _mm_add_epi32(WholeParts(sums, axis), _mm_and_si128(unsure, _mm_srai_epi32(y, 31)));
+  const __m128i near = _mm_and_si128(_mm_cmpgt_epi32(y, _mm_set1_epi32(-grade.near)),
+                                     _mm_cmplt_epi32(y, _mm_set1_epi32(grade.near)));
+  sums = _mm_add_epi32(WholeParts(sums, grade), _mm_and_si128(unsure, _mm_srai_epi32(y, 31)));
   return (_mm_movemask_ps(_mm_castsi128_ps(_mm_and_si128(near, unsure))) & 7) == 0;
 }
 

@@ -92,11 +92,11 @@ struct OnePixel {
   };
 
   struct Rounding {
-    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordAxis& axis)
-        : up(_mm_cvtsi32_si128(32 - axis.fractionBits)),
-          down(_mm_cvtsi32_si128(axis.fractionBits)),
+    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
+        : up(_mm_cvtsi32_si128(32 - grade.fractionBits)),
+          down(_mm_cvtsi32_si128(grade.fractionBits)),
           threshold(
-              Level::Threshold(static_cast<std::uint32_t>(axis.threshold) << (32 - axis.fractionBits))) {}
+              Level::Threshold(static_cast<std::uint32_t>(grade.threshold) << (32 - grade.fractionBits))) {}
     // A byte for each channel of the four: not 0 where its fraction is below the threshold.
     PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
       return _mm_packs_epi16(_mm_packs_epi32(Below(sums[0]), Below(sums[1])),

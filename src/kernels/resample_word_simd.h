@@ -160,7 +160,7 @@ class WordPasses {
       const WordList& list = ListAt(axis, i + n);
       SumColumn<kWide>(axis, list, source + kPairBytes * static_cast<std::ptrdiff_t>(list.pair), sums[n]);
     }
-    const typename V::Rounding rounding(axis);
+    const typename V::Rounding rounding(axis.grades[ListAt(axis, i).grade]);
     Vec bytes[kRowVectors];
     for (int n = 0; n < kRowVectors; ++n) {
       const Vec columns[4] = {sums[0][n], sums[1][n], sums[2][n], sums[3][n]};
@@ -225,7 +225,7 @@ class WordPasses {
     const WordList& list = axis.lists[r];
     const std::ptrdiff_t stride = PlaneStride(plan);
     const std::uint8_t* const planes = slots + list.pair % (kBatchRows / 2) * stride;
-    const typename V::Rounding rounding(axis);
+    const typename V::Rounding rounding(axis.grades[list.grade]);
     const std::int32_t width = plan.rowWords.exact.count;
     constexpr std::int32_t kStep = 4 * V::kPixels;
     Unsure unsure;

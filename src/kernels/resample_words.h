@@ -28,6 +28,16 @@ struct WordList {
   std::int32_t words;       // index into `words`: one a pair, then one a pair for the second sum
   std::int32_t bias;        // where the first sum starts; of wide weights the second
   std::int32_t secondBias;  // of narrow weights
+  std::int32_t grade;       // index into `grades`; the same for lists 4n .. 4n + 3
+};
+
+// How finely sums are resolved. Lists that a picture's edge cuts off have larger weights than the others,
+// which would lose a bit through them.
+struct WordGrade {
+  std::int32_t fractionBits;
+  std::int32_t lowBits;    // of narrow weights
+  std::int32_t threshold;  // of the fraction
+  std::int32_t near;
 };
 
 struct WordAxis {
@@ -35,10 +45,7 @@ struct WordAxis {
   const WordList* lists;  // as many as `exact` has
   const std::int32_t* words;
   bool wide;
-  std::int32_t fractionBits;
-  std::int32_t lowBits;    // of narrow weights
-  std::int32_t threshold;  // of the fraction
-  std::int32_t near;
+  WordGrade grades[2];  // of lists of every kind, of those inside
 };
 
 // Memory that `PackWords` needs, in bytes; negative when it has no size. [pure]
