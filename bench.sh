@@ -52,9 +52,7 @@ for isa in avx512 avx2 sse41 sse2 scalar; do
   # shellcheck disable=SC2086
   $bench --rounds "$turns" --isa $isa $against --tsv "out/bench/table-$isa.tsv" || true
 done
-for store in console cairo gdk; do
-  $plain --rounds "$rounds" --store $store --tsv "out/bench/table-$store.tsv"
-done
+$plain --rounds "$rounds" --stores --tsv out/bench/stores.tsv
 $bench --rounds "$rounds" --gaps --tsv out/bench/gaps.tsv
 $bench --rounds 5 --sweep all --tsv out/bench/curves.tsv
 $plain --rounds "$rounds" --sweep icons --tsv out/bench/icons.tsv

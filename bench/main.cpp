@@ -20,7 +20,7 @@ struct Options {
   std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
   std::string store = "console";
   int rounds = 7;
-  bool list = false, peers = false, gaps = false, memory = false, checksums = false;
+  bool list = false, peers = false, stores = false, gaps = false, memory = false, checksums = false;
 };
 
 struct Contestant {
@@ -135,6 +135,23 @@ void RunTable(const Options& options, Subject& subject) {
   }
 }
 
+// The same work in every kind of pixel memory, in turns.
+void RunStores(const Options& options) {
+  if (!Subject::MixesStores())
+    throw std::runtime_error("--stores is for pixmorph_bench_plain and the rehearsal");
+  Yardstick yardstick;
+  Report report(options);
+  for (const Workload& workload : Chosen(options)) {
+    std::vector<Contestant> line;
+    for (const char* store : {"console", "cairo", "gdk"}) {
+      Subject subject(options.isa, store);
+      line.push_back({store, subject.Level(), subject.Prepare(workload)});
+    }
+    const Summary copy = Play(line, yardstick, options.rounds);
+    report.Add("stores", 0, workload, line, copy.median);
+  }
+}
+
 void RunSweep(const Options& options, Subject& subject) {
   Yardstick yardstick;
   Report report(options);
@@ -197,6 +214,7 @@ Options Parse(int argc, char** argv, CLI::App& app) {
       "Measure the other libraries in the same run; with --isa sse2 or avx2 they get no more either");
   app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps, all three of these, or icons")
       ->check(CLI::IsMember({"size", "radius", "taps", "icons", "all"}));
+  app.add_flag("--stores", o.stores, "Measure all kinds of picture memory in the same run instead");
   app.add_flag("--gaps", o.gaps, "Measure the longest gap between two yields instead");
   app.add_flag("--checksums", o.checksums, "Print checksums of small results instead");
   app.add_flag("--memory", o.memory, "Count the plugin's own memory instead");
@@ -223,6 +241,8 @@ int main(int argc, char** argv) {
       RunGaps(options, subject);
     else if (options.memory)
       RunMemory(options, subject);
+    else if (options.stores)
+      RunStores(options);
     else if (!options.sweep.empty())
       RunSweep(options, subject);
     else

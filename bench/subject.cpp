@@ -69,6 +69,8 @@ Subject::Subject(const std::string& isa, const std::string& store)
   level_ = kernels::Kernels().name;
 }
 
+bool Subject::MixesStores() { return false; }
+
 TimedRun Subject::Prepare(const Workload& workload, int interval) {
   const Workload w = workload;
   const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1);

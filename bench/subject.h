@@ -14,6 +14,9 @@ class Subject {
   // std::runtime_error for a level that this processor lacks.
   Subject(const std::string& isa, const std::string& store);
 
+  // Whether subjects with other stores can be there at the same time: not in a runtime, of which there is one.
+  static bool MixesStores();
+
   std::string Level() const { return level_; }
   // The result picture is made and dropped within the timed run, as an application would.
   // `interval` is the method's yield argument.

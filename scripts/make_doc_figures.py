@@ -34,7 +34,7 @@ def benchmark(series):
     for path in sorted(DATA.glob("*.tsv")):
         with open(path, encoding="utf-8", newline="") as file:
             for row in csv.DictReader(file, delimiter="\t"):
-                if row["series"] == series:
+                if row.get("series") == series:
                     found.setdefault(row["workload"], row)
     return found
 

@@ -68,9 +68,8 @@ def held_down(folder):
 
 
 def side_by_side(tables):
-    """Our ratios, a column for each of the tables by heading."""
-    found = {heading: {row["workload"]: float(row["ratio"]) for row in rows if row["contestant"] == OURS}
-             for heading, rows in tables.items()}
+    """Ratios, a column for each of the tables by heading."""
+    found = {heading: {row["workload"]: float(row["ratio"]) for row in rows} for heading, rows in tables.items()}
     present = [heading for heading in found if found[heading]]
     names = list(dict.fromkeys(name for heading in present for name in found[heading]))
     lines = ["| workload | " + " | ".join(present) + " |", "|---" * (len(present) + 1) + "|"]
@@ -81,12 +80,14 @@ def side_by_side(tables):
 
 
 def levels(folder):
-    return side_by_side({level: rows_of(folder / f"table-{level}.tsv") for level in LEVELS})
+    return side_by_side({level: [row for row in rows_of(folder / f"table-{level}.tsv") if row["contestant"] == OURS]
+                         for level in LEVELS})
 
 
 def stores(folder):
-    return side_by_side({"console": rows_of(folder / "table-console.tsv"), "cairo": rows_of(folder / "table-cairo.tsv"),
-                         "3 bytes a pixel": rows_of(folder / "table-gdk.tsv")})
+    rows = rows_of(folder / "stores.tsv")
+    return side_by_side({heading: [row for row in rows if row["contestant"] == store] for heading, store in
+                         (("console", "console"), ("cairo", "cairo"), ("3 bytes a pixel", "gdk"))})
 
 
 def memory(folder):

@@ -82,11 +82,14 @@ Subject::Subject(const std::string& isa, const std::string& store) : alpha_(stor
   level_ += sizeof(void*) == 4 ? ", plain memory" : ", 64-bit rehearsal";
 }
 
+bool Subject::MixesStores() { return true; }
+
 TimedRun Subject::Prepare(const Workload& workload, int interval) {
   const Workload w = workload;
   const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1);
   if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
-    return [w, source, interval] {
+    return [w, source, interval, made = rehearsal::gNewPictureType] {
+      rehearsal::gNewPictureType = made;
       return TimeOf([&] {
         if (!Own(Call(w, source.get(), interval)))
           throw std::runtime_error("the method returned nil for " + w.name);
