@@ -175,7 +175,7 @@ class Packer {
   static void SplitWide(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
     const std::int32_t whole = NearestInteger(exact);
     high = whole >> lowBits;
-    low = whole - (high << lowBits);
+    low = whole - high * (1 << lowBits);
   }
 
   const AxisWeights& axis_;

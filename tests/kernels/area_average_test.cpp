@@ -177,7 +177,7 @@ TEST_P(AreaAverage, RoundsEverySumOfABoxExactly) {
                            pixels / 2};
     std::vector<std::uint8_t> out(kNewWidth * 4), expected(out.size());
     for (std::size_t i = 0; i < expected.size(); ++i)
-      expected[i] = i % 4 == 3 ? 0 : static_cast<std::uint8_t>((2 * sums[i] + pixels) / (2 * pixels));
+      expected[i] = static_cast<std::uint8_t>(i % 4 == 3 ? 0 : (2 * sums[i] + pixels) / (2 * pixels));
     Kernels().averageSmall(out.data(), sums.data(), columns);
     ASSERT_EQ(expected, out) << pixels << " pixels, small";
     for (columns.count = kNewWidth; columns.count > kNewWidth - 5; --columns.count) {
