@@ -35,6 +35,7 @@ set boxwidth 0.7
 set yrange [0:*]
 set grid ytics
 set xtics rotate by -40 font 'sans,10'
+set rmargin at screen 0.92
 $data << EOD
 {data}EOD
 plot $data using 2:xtic(1) with boxes notitle linecolor rgb '#336699', 1 with lines notitle linecolor rgb '#cc3333'
