@@ -41,7 +41,10 @@ mkdir -p out/bench
 export PATH=/usr/bin:$PATH
 bench=build/$preset/pixmorph_bench plain=$bench
 # Over plain memory, for what would drown in the time that surfaces, pixmaps and the stand-in's services take.
-[ $preset = release ] && build release pixmorph_bench_plain && plain=build/release/pixmorph_bench_plain
+if [ $preset = release ]; then
+  build release pixmorph_bench_plain
+  plain=build/release/pixmorph_bench_plain
+fi
 # shellcheck disable=SC2086
 $bench --rounds "$rounds" $peers --tsv out/bench/table.tsv | tee out/bench/table.txt
 head -n 1 out/bench/table.txt >out/bench/origin.txt

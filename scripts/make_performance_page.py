@@ -56,7 +56,8 @@ def table(folder):
 
 def held_down(folder):
     """Ours and the fastest peer's, both held to AVX2 and both held to SSE2."""
-    lines = ["| workload | ours, AVX2 | fastest peer | its time | ours, SSE2 | fastest peer | its time |", "|---" * 7 + "|"]
+    heads = ["workload", "ours, AVX2", "fastest peer", "its time", "ours, SSE2", "fastest peer", "its time"]
+    lines = ["| " + " | ".join(heads) + " |", "|---" * len(heads) + "|"]
     tables = [by_workload(rows_of(folder / f"table-{level}.tsv")) for level in ("avx2", "sse2")]
     for name in tables[0]:
         cells = []
@@ -92,7 +93,8 @@ def stores(folder):
 
 def memory(folder):
     rows = rows_of(folder / "memory.tsv")
-    return "\n".join(["| workload | bytes |", "|---|---|"] + [f"| {r['workload']} | {int(r['bytes']):,} |" for r in rows])
+    lines = ["| workload | bytes |", "|---|---|"]
+    return "\n".join(lines + [f"| {row['workload']} | {int(row['bytes']):,} |" for row in rows])
 
 
 def icons(folder):
@@ -101,8 +103,10 @@ def icons(folder):
     for row in rows_of(folder / "icons.tsv"):
         found.setdefault(row["workload"], {})[float(row["variable"])] = f"{1000 * float(row['ms']):.1f}"
     sides = sorted({side for times in found.values() for side in times})
-    lines = ["| call | " + " | ".join(f"{side:.0f} × {side:.0f}" for side in sides) + " |", "|---" * (len(sides) + 1) + "|"]
-    lines += [f"| {name} | " + " | ".join(times.get(side, "") for side in sides) + " |" for name, times in found.items()]
+    lines = ["| call | " + " | ".join(f"{side:.0f} × {side:.0f}" for side in sides) + " |"]
+    lines.append("|---" * (len(sides) + 1) + "|")
+    for name, times in found.items():
+        lines.append(f"| {name} | " + " | ".join(times.get(side, "") for side in sides) + " |")
     return "\n".join(lines)
 
 
@@ -112,7 +116,9 @@ def instructions(folder):
         return "Not counted."
     levels = [name for name in rows[0] if name != "workload"]
     lines = ["| workload | " + " | ".join(levels) + " |", "|---" * (len(levels) + 1) + "|"]
-    return "\n".join(lines + [f"| {row['workload']} | " + " | ".join(row[level] for level in levels) + " |" for row in rows])
+    for row in rows:
+        lines.append(f"| {row['workload']} | " + " | ".join(row[level] for level in levels) + " |")
+    return "\n".join(lines)
 
 
 def origin(folder):
@@ -127,8 +133,9 @@ def main():
     if not rows_of(folder / "table.tsv"):
         sys.exit(f"{folder}/table.tsv is missing or empty; run ./bench.sh first")
     text = PAGE.read_text(encoding="utf-8")
-    for name, make in {"table": table, "levels": levels, "stores": stores, "held": held_down, "memory": memory, "icons": icons,
-                       "instructions": instructions, "origin": origin}.items():
+    makers = {"table": table, "levels": levels, "stores": stores, "held": held_down, "memory": memory,
+              "icons": icons, "instructions": instructions, "origin": origin}
+    for name, make in makers.items():
         block = f"<!-- figures: {name} -->\n\n{make(folder)}\n\n<!-- end -->"
         text = re.sub(rf"<!-- figures: {name} -->.*?<!-- end -->", lambda _, block=block: block, text, flags=re.S)
     PAGE.write_text(text, encoding="utf-8")

@@ -122,8 +122,11 @@ class Packer {
 
  private:
   bool ChooseNarrow(double unsureAPair) {
-    return grades_[0].ChooseNarrow(axis_) && grades_[1].ChooseNarrow(Inside(axis_)) &&
-           UnsureShare(grades_[1].axis, grades_[1].fixed) <= unsureAPair * (Longest(axis_) + 1) / 2;
+    if (!grades_[0].ChooseNarrow(axis_)) return false;
+    const AxisWeights inside = Inside(axis_);
+    grades_[1] = grades_[0];
+    if (inside.blockCount < axis_.blockCount && !grades_[1].ChooseNarrow(inside)) return false;
+    return UnsureShare(grades_[1].axis, grades_[1].fixed) <= unsureAPair * (Longest(axis_) + 1) / 2;
   }
 
   // Four lists in a row are rounded together.
@@ -193,6 +196,7 @@ class Packer {
 std::int64_t WordsBytes(const AxisWeights& axis) {
   std::int64_t taps = 0;
   for (std::int32_t b = 0; b < axis.blockCount; ++b) taps += std::int64_t{axis.blocks[b].count} + 2;
+  // A block comes with its first tap at an even or an odd sample, and in both grades.
   return ByteSize(taps)
       .Times(16)
       .Plus(ByteSize(axis.count).Times(sizeof(WordList)).Bytes())
