@@ -1,7 +1,7 @@
 #include "kernels/intrinsics.h"
 #include "kernels/resample_averages.h"
 #include "kernels/resample_pair_simd.h"
-#include "kernels/resample_word_simd.h"
+#include "kernels/resample_word_vec_avx2.h"
 
 namespace pixmorph::kernels {
 
@@ -65,104 +65,7 @@ struct Words256 {
 #undef PIXMORPH_OP
 };
 
-struct TwoPixels {
-  using Vec = __m256i;
-  static constexpr int kPixels = 2;
-  static constexpr int kBytes = 32;
-  static constexpr double kUnsureAPair = 0.005;  // measured
-
-#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
-  PIXMORPH_OP Set(std::int32_t x) { return _mm256_set1_epi32(x); }
-  PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm256_load_si256(reinterpret_cast<const Vec*>(p)); }
-  PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
-    return _mm256_add_epi32(sums, _mm256_madd_epi16(pixels, weights));
-  }
-  // The sum of wide weights from its two.
-  PIXMORPH_OP Joined(Vec first, Vec second) {
-    return _mm256_add_epi32(_mm256_slli_epi32(first, kWideLowBits), second);
-  }
-  // As the pixels that four vectors of sums came from lie: packing went by halves.
-  PIXMORPH_OP InOrder(Vec bytes) { return _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)); }
-#undef PIXMORPH_OP
-
-  // Four woven pixels as 16-bit words: the first and the third, the second and the fourth.
-  struct Widened {
-    PIXMORPH_INLINE_MEMBER explicit Widened(const std::uint8_t* p)
-        : bytes(_mm256_loadu_si256(reinterpret_cast<const Vec*>(p))) {}
-    PIXMORPH_INLINE_MEMBER Vec First() const { return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256()); }
-    PIXMORPH_INLINE_MEMBER Vec Second() const { return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256()); }
-    Vec bytes;
-  };
-
-  struct Rounding {
-    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
-        : up(_mm_cvtsi32_si128(32 - grade.fractionBits)),
-          down(_mm_cvtsi32_si128(grade.fractionBits)),
-          threshold(_mm256_set1_epi32((grade.threshold << (32 - grade.fractionBits)) - 1)) {}
-    // A byte for each channel of the eight pixels: not 0 where its fraction is below the threshold.
-    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
-      return _mm256_packs_epi16(_mm256_packs_epi32(Below(sums[0]), Below(sums[1])),
-                                _mm256_packs_epi32(Below(sums[2]), Below(sums[3])));
-    }
-    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
-      const Vec low = _mm256_packs_epi32(_mm256_sra_epi32(sums[0], down), _mm256_sra_epi32(sums[1], down));
-      const Vec high = _mm256_packs_epi32(_mm256_sra_epi32(sums[2], down), _mm256_sra_epi32(sums[3], down));
-      return _mm256_packus_epi16(low, high);
-    }
-
-   private:
-    PIXMORPH_INLINE_MEMBER Vec Below(Vec sums) const {
-      const Vec fractions = _mm256_sll_epi32(sums, up);
-      return _mm256_cmpeq_epi32(_mm256_min_epu32(fractions, threshold), fractions);
-    }
-    __m128i up, down;
-    Vec threshold;
-  };
-
-  PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
-    return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes)) & kColourBits;
-  }
-
-  // Four pixels of four rows to two pairs.
-  PIXMORPH_INLINE_MEMBER static void Weave(const std::uint8_t* a, const std::uint8_t* b,
-                                           const std::uint8_t* c, const std::uint8_t* d, std::uint8_t* out) {
-    WeaveRows(a, b, out), WeaveRows(c, d, out + 32);
-  }
-
-  // Four columns of four rows to the two planes.
-  PIXMORPH_INLINE_MEMBER static void StoreWoven(const Vec (&rows)[2], std::uint8_t* out,
-                                                std::ptrdiff_t stride) {
-    for (int n = 0; n < 2; ++n, out += stride) {
-      const __m128i first = _mm256_castsi256_si128(rows[n]), second = _mm256_extracti128_si256(rows[n], 1);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(first, second));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16), _mm_unpackhi_epi8(first, second));
-    }
-  }
-
-  // The first `count` of eight pixels.
-  PIXMORPH_INLINE_MEMBER static void StorePixels(Vec pixels, std::uint8_t* out, std::int32_t count,
-                                                 std::uint32_t top) {
-    const Vec written = Words256::WithTop({pixels}, top).r;
-    if (count >= 8) return _mm256_storeu_si256(reinterpret_cast<Vec*>(out), written);
-    alignas(32) std::uint8_t bytes[32];
-    _mm256_store_si256(reinterpret_cast<Vec*>(bytes), written);
-    __builtin_memcpy(out, bytes, 4 * static_cast<std::uint32_t>(count));
-  }
-
- private:
-  PIXMORPH_INLINE_MEMBER static void WeaveRows(const std::uint8_t* a, const std::uint8_t* b,
-                                               std::uint8_t* out) {
-    const __m128i byTwos = _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
-    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a));
-    const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b));
-    const Vec both = _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
-    const Vec woven = _mm256_shuffle_epi8(both, _mm256_broadcastsi128_si256(byTwos));
-    const Vec zero = _mm256_setzero_si256();
-    _mm256_store_si256(reinterpret_cast<Vec*>(out), _mm256_unpacklo_epi8(woven, zero));
-    _mm256_store_si256(reinterpret_cast<Vec*>(out + kPairBytes), _mm256_unpackhi_epi8(woven, zero));
-  }
-};
-using Passes = WordPasses<TwoPixels>;
+using Passes = WordPasses<EightSums>;
 
 using Averages = AveragePasses<kAreaAverageAvx2, false>;
 using Pairs = PairPasses<Words256>;

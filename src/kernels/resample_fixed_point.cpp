@@ -22,9 +22,9 @@ Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit, std::i
   double above = 0.0, below = 0.0, total = 0.0;
   for (std::int32_t t = 0; t < block.count; ++t) {
     const double x = ScaledWeight(axis, block, t, unit);
-    if (!(x < largest + 0.5 && x > -largest - 0.5)) return {false, 0.0, 0.0};
-    const std::int32_t w = NearestInteger(x);
-    if (w > largest || w < -largest) fit.usable = false;
+    // One more than the largest is met by the largest: a weight of 1 may take as many bits as one below it.
+    if (!(x < largest + 1.5 && x > -largest - 1.5)) return {false, 0.0, 0.0};
+    const std::int32_t w = LimitedInteger(x, largest);
     const double e = x - w;
     (e > 0.0 ? above : below) += e;
     total += w < 0 ? -static_cast<double>(w) : static_cast<double>(w);
@@ -47,6 +47,11 @@ std::int32_t ErrorsAbove(const AxisWeights& axis, const WeightBlock& block, cons
 
 }  // namespace
 
+std::int32_t LimitedInteger(double x, std::int32_t largest) {
+  const std::int32_t w = NearestInteger(x);
+  return w > largest ? largest : w < -largest ? -largest : w;
+}
+
 std::int32_t NearestInteger(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
 
 double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit) {
@@ -68,14 +73,14 @@ bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t l
     // One unit more: half a unit for rounding the middle to an integer, the rest covers the rounding errors
     // of the plain double evaluation, count x 2^-52 x 255 x unit < 0.01 for the counts that pass the next
     // test.
-    chosen = {bits, unit, TruncateToInt32(half + 2.0)};
+    chosen = {bits, unit, TruncateToInt32(half + 2.0), largest};
     return 4.0 * chosen.error < unit;
   }
   return false;
 }
 
 std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed) {
-  const double middle = FitOf(axis, block, fixed.unit, 0x7FFFFFFE).middle;
+  const double middle = FitOf(axis, block, fixed.unit, fixed.largest).middle;
   return (1 << (fixed.fractionBits - 1)) + NearestInteger(middle) +
          fixed.error * ErrorsAbove(axis, block, fixed);
 }

@@ -13,18 +13,23 @@ namespace pixmorph::kernels {
 
 struct FixedPoint {
   std::int32_t fractionBits;
-  double unit;         // 2^fractionBits
-  std::int32_t error;  // units; of the worst block, once its bias has taken out what is one-sided
+  double unit;           // 2^fractionBits
+  std::int32_t error;    // units; of the worst block, once its bias has taken out what is one-sided
+  std::int32_t largest;  // integer
 };
 
 // To the nearest integer; |x| < 2^31 - 1. [pure]
 std::int32_t NearestInteger(double x);
 
+// The nearest integer of a weight in units, of those up to `largest`. [pure]
+std::int32_t LimitedInteger(double x, std::int32_t largest);
+
 // The exact weight of a tap in units. [pure]
 double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit);
 
-// The finest unit between 2^most and 2^least with which no integer exceeds `largest` and no sum overflows 31
-// bits. False when there is none, or when the error could reach a quarter.
+// The finest unit between 2^most and 2^least with which no integer exceeds `largest`, by more than 1 that
+// is cut off, and no sum overflows 31 bits. False when there is none, or when the error could reach a
+// quarter.
 bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t least, std::int32_t largest,
                       FixedPoint& chosen);
 

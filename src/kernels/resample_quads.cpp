@@ -32,12 +32,10 @@ class Packer {
     for (std::int32_t i = 0; i < axis_.count; ++i) widest_ = Max(widest_, QuadsOf(axis_.lists[i]));
     for (std::int32_t i = 0; i < axis_.count; ++i) Place(i);
     for (std::int32_t i = axis_.count; i % 4; ++i) lists_[i] = lists_[i - 1];
-    packed_ = {axis_,
-               lists_,
-               digits_,
-               fixed_.fractionBits,
-               2u * static_cast<std::uint32_t>(fixed_.error) << (32 - fixed_.fractionBits),
-               widest_};
+    std::int32_t threshold = 1;
+    while (threshold < 2 * fixed_.error) threshold *= 2;
+    const std::int32_t doubtMask = ((1 << fixed_.fractionBits) - 1) & -threshold;
+    packed_ = {axis_, lists_, digits_, fixed_.fractionBits, doubtMask, widest_};
     return true;
   }
 
@@ -80,13 +78,17 @@ class Packer {
     used_ += 3 * quads;
   }
 
+  std::int32_t Integer(const WeightBlock& block, std::int32_t tap) const {
+    return LimitedInteger(ScaledWeight(axis_, block, tap, fixed_.unit), kLargestWeight);
+  }
+
   void WriteDigits(const WeightBlock& block, std::int32_t shift, std::int32_t quads) {
     auto* const bytes = reinterpret_cast<signed char*>(digits_ + used_);
     memset(bytes, 0, 12 * static_cast<std::uint32_t>(quads));
     const bool roundedUp = RoundedUp(block);
     const std::int32_t up = ((1 << fixed_.fractionBits) + block.count - 1) / block.count;
     for (std::int32_t t = 0; t < block.count; ++t) {
-      std::int32_t rest = roundedUp ? up : NearestInteger(ScaledWeight(axis_, block, t, fixed_.unit));
+      std::int32_t rest = roundedUp ? up : Integer(block, t);
       signed char* const at = bytes + (shift + t) / 4 * 12 + (shift + t) % 4;
       for (std::int32_t digit = 2; digit >= 0; --digit) {
         const auto low = static_cast<signed char>(rest & 0xFF);

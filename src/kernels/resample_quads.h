@@ -9,7 +9,7 @@
 // four bytes by four bytes. Taps are grouped by fours counted from sample 0: a quad is samples 4q .. 4q + 3.
 //
 // With v the exact channel value of a list and `sum` the integer the digits give (plus the list's bias),
-//   v + 1/2 lies in (sum - slack, sum] x 2^-fractionBits, slack <= the axis's `threshold`,
+//   v + 1/2 lies in (sum - slack, sum] x 2^-fractionBits, slack <= the axis's threshold,
 // so that sum >> fractionBits is the rounded channel unless the fraction is below `threshold`; those few
 // samples are to be computed again as plain doubles.
 namespace pixmorph::kernels {
@@ -26,8 +26,8 @@ struct QuadAxis {
   const QuadList* lists;  // as many as `exact` has, then the last repeated up to a multiple of 4
   const std::int32_t* digits;
   std::int32_t fractionBits;
-  std::uint32_t threshold;  // of the fraction; moved to the top of a 32-bit word
-  std::int32_t widest;      // quads of the list that has most
+  std::int32_t doubtMask;  // bits of the sum: all 0 where the fraction is below the threshold, a power of two
+  std::int32_t widest;     // quads of the list that has most
 };
 
 // Output columns up to `end` that are made from the source quads quad .. quadEnd - 1.

@@ -5,15 +5,35 @@
 #include "kernels/resample_quad_source_avx512.h"
 #include "kernels/resample_quad_sums_avx512.h"
 
-// Slots hold four intermediate rows woven together: 16 bytes a pixel, channel by channel, each with the bytes
-// of the four rows. So one 32-bit word is a quad of vertical taps, and no byte is moved between the two
-// passes.
+// Slots hold four intermediate rows woven together. They go by blocks of 16 columns, each channel by channel:
+// in every column the bytes of the four rows. So one 32-bit word is a quad of vertical taps. A pixel's top
+// byte is nobody's and takes no part in the second pass.
 namespace pixmorph::kernels {
 
 namespace {
 
-constexpr std::int32_t kSlotPixels = 16;     // slots are padded to a multiple of this many pixels
+constexpr std::int32_t kBlock = 16;  // columns
+constexpr std::ptrdiff_t kBlockBytes = 3 * kChannelBytes;
 constexpr std::int32_t kStretchQuads = 256;  // 16 KiB of woven source pixels
+
+// Where a column is in a slot.
+PIXMORPH_INLINE std::ptrdiff_t PlaceOf(std::int32_t column) {
+  return column / kBlock * kBlockBytes + 4 * (column % kBlock);
+}
+
+// Four columns of four rows, of which lane l has row l.
+PIXMORPH_INLINE void StoreColumns(__m512i bytes, std::uint8_t* out) {
+  // Word 4 * channel + column of the result takes byte 4 * column + channel of each lane.
+  const __m512i weave = _mm512_add_epi32(
+      _mm512_set1_epi32(0x30201000),
+      _mm512_mullo_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
+                         _mm512_set1_epi32(0x01010101)));
+  const __m512i woven = _mm512_permutexvar_epi8(weave, bytes);
+  const auto at = [out](int channel) { return reinterpret_cast<__m128i*>(out + channel * kChannelBytes); };
+  _mm_store_si128(at(0), _mm512_castsi512_si128(woven));
+  _mm_store_si128(at(1), _mm512_extracti32x4_epi32(woven, 1));
+  _mm_store_si128(at(2), _mm512_extracti32x4_epi32(woven, 2));
+}
 
 // kQuads 0: as many as the axis says.
 template <std::int32_t kQuads, int kBits>
@@ -21,33 +41,37 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
                 std::uint8_t* slot) {
   const QuadAxis& axis = plan.rowQuads;
   const Rounding<kBits> rounding(axis);
-  // Word n of the result takes byte n of each lane, which are the four rows.
-  const __m512i weave = _mm512_add_epi32(
-      _mm512_set1_epi32(0x30201000),
-      _mm512_mullo_epi32(_mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15),
-                         _mm512_set1_epi32(0x01010101)));
   const QuadList* list = axis.lists;
-  NextRows next(rows + 4, axis.exact.sourceLength, axis.exact.count / 4);
+  const std::int32_t count = axis.exact.count;
+  NextRows next(rows + 4, axis.exact.sourceLength, count / 4);
+  Unsure unsure;
+  const auto redo = [&](std::int32_t i, std::int32_t n, std::uint32_t bits) {
+    const std::int32_t column = i + n / 4;
+    if (column < count && (bits & 7) != 0)
+      RedoColumn(axis.exact, column, rows[n % 4], slot + PlaceOf(column) + n % 4);
+  };
   std::int32_t i = 0;
-  for (const QuadStretch* stretch = plan.quadStretches; i < axis.exact.count; ++stretch) {
+  for (const QuadStretch* stretch = plan.quadStretches; i < count; ++stretch) {
     WeaveSource(rows, axis.exact.sourceLength, stretch->quad, stretch->quadEnd, scratch);
     const std::uint8_t* const source = scratch - 64 * static_cast<std::ptrdiff_t>(stretch->quad);
     for (; i < stretch->end; i += 4, list += 4) {
       next.Step();
       __m512i whole[4];
-      __mmask16 unsure[4];
+      __mmask16 doubts[4];
 #pragma GCC unroll 4
       for (int n = 0; n < 4; ++n) {
         const __m512i sums = DigitSums<kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
                                                axis.digits + list[n].words, axis.widest, list[n].bias);
-        unsure[n] = rounding.Unsure(sums);
+        doubts[n] = rounding.Unsure(sums);
         whole[n] = rounding.Whole(sums);
       }
-      const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
-      _mm512_store_si512(slot + 16 * static_cast<std::ptrdiff_t>(i), _mm512_permutexvar_epi8(weave, bytes));
-      if (__builtin_expect(AnyOf(unsure), 0)) RedoColumns(plan, rows, i, Together(unsure), slot);
+      StoreColumns(Narrow(whole[0], whole[1], whole[2], whole[3]), slot + PlaceOf(i));
+      if (!unsure.HasRoom(2)) unsure.TakeAll(redo);
+      unsure.Add(i, _cvtmask32_u32(_mm512_kunpackw(doubts[1], doubts[0])) & 0x77777777);
+      unsure.Add(i + 2, _cvtmask32_u32(_mm512_kunpackw(doubts[3], doubts[2])) & 0x77777777);
     }
   }
+  unsure.TakeAll(redo);
 }
 
 template <int kBits>
@@ -85,6 +109,19 @@ void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint
   }
 }
 
+// The first `count` pixels of a block from the whole parts of its channels.
+PIXMORPH_INLINE void StoreBlock(const __m512i (&channels)[3], std::uint8_t* out, std::int32_t count,
+                                std::uint32_t top) {
+  // Of each four pixels: the first channel's bytes, the second's, the third's.
+  const __m512i bytes = Narrow(channels[0], channels[1], channels[2], channels[2]);
+  const __m512i byPixel =
+      _mm512_broadcast_i32x4(_mm_setr_epi8(0, 4, 8, -128, 1, 5, 9, -128, 2, 6, 10, -128, 3, 7, 11, -128));
+  const __m512i pixels =
+      _mm512_or_si512(_mm512_shuffle_epi8(bytes, byPixel), _mm512_set1_epi32(static_cast<std::int32_t>(top)));
+  if (count >= kBlock) return _mm512_storeu_si512(out, pixels);
+  _mm512_mask_storeu_epi32(out, static_cast<__mmask16>((1u << count) - 1), pixels);
+}
+
 template <std::int32_t kQuads, int kBits>
 void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                std::uint32_t top) {
@@ -93,33 +130,31 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
   const auto stride = static_cast<std::ptrdiff_t>(plan.slotBytes);
   const std::int32_t* const digits = axis.digits + list.words;
   const Rounding<kBits> rounding(axis);
-  const __m512i inOrder = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
   const std::int32_t width = plan.rowQuads.exact.count;
-  for (std::int32_t x = 0; x < width; x += 16, slots += 256) {
-    __m512i whole[4];
-    __mmask16 unsure[4];
-#pragma GCC unroll 4
-    for (int n = 0; n < 4; ++n) {
-      const __m512i sums = DigitSums<kQuads>(slots + 64 * n, stride, digits, list.quads, list.bias);
-      unsure[n] = rounding.Unsure(sums);
-      whole[n] = rounding.Whole(sums);
+  Unsure unsure;
+  const auto redo = [=, &plan](std::int32_t x, std::int32_t group, std::uint32_t bits) {
+    ForEachBit(bits, [=, &plan](std::int32_t n) {
+      const std::int32_t column = x + 4 * group + n;
+      if (column < width)
+        RedoPixel(plan, r, slots + PlaceOf(column), out + 4 * static_cast<std::ptrdiff_t>(column), top);
+    });
+  };
+  const std::uint8_t* block = slots;
+  for (std::int32_t x = 0; x < width; x += kBlock, block += kBlockBytes) {
+    __m512i whole[3];
+    __mmask16 doubts[3];
+#pragma GCC unroll 3
+    for (int c = 0; c < 3; ++c) {
+      const __m512i sums =
+          DigitSums<kQuads>(block + kChannelBytes * c, stride, digits, list.quads, list.bias);
+      doubts[c] = rounding.Unsure(sums);
+      whole[c] = rounding.Whole(sums);
     }
-    const __m512i bytes = Narrow(whole[0], whole[1], whole[2], whole[3]);
-    const __m512i pixels = _mm512_permutexvar_epi32(inOrder, bytes);
-    const __m512i written = _mm512_ternarylogic_epi32(
-        pixels, _mm512_set1_epi32(0x00FFFFFF), _mm512_set1_epi32(static_cast<std::int32_t>(top)), 0xEA);
-    std::uint8_t* const at = out + 4 * static_cast<std::ptrdiff_t>(x);
-    const std::int32_t rest = width - x;
-    if (rest >= 16) {
-      _mm512_storeu_si512(at, written);
-    } else {
-      _mm512_mask_storeu_epi32(at, static_cast<__mmask16>((1u << rest) - 1), written);
-    }
-    if (__builtin_expect(AnyOf(unsure), 0)) {
-      const std::uint64_t inside = rest < 16 ? (std::uint64_t{1} << (4 * rest)) - 1 : ~std::uint64_t{0};
-      RedoPixels(plan, r, slots, Together(unsure) & inside, at, top);
-    }
+    StoreBlock(whole, out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
+    if (!unsure.HasRoom(1)) unsure.TakeAll(redo);
+    unsure.Add(x, _cvtmask16_u32(_kor_mask16(_kor_mask16(doubts[0], doubts[1]), doubts[2])));
   }
+  unsure.TakeAll(redo);
 }
 
 template <int kBits>
@@ -168,7 +203,7 @@ struct QuadPasses {
     plan.alongRows = AlongRows;
     plan.alongColumns = AlongColumns;
     plan.batchRows = 4;
-    plan.slotBytes = (row.count + kSlotPixels - 1) / kSlotPixels * kSlotPixels * std::int64_t{16};
+    plan.slotBytes = (row.count + kBlock - 1) / kBlock * std::int64_t{kBlockBytes};
     plan.scratchBytes = std::int64_t{64} * (CutStretches(plan.rowQuads, stretches) + 4);
     return true;
   }

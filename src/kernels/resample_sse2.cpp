@@ -1,5 +1,6 @@
 #include "kernels/resample_averages.h"
 #include "kernels/resample_vec_sse.h"
+#include "kernels/resample_word_vec_sse.h"
 
 namespace pixmorph::kernels {
 
@@ -9,15 +10,16 @@ struct Sse2 {
   PIXMORPH_INLINE_MEMBER static __m128i Widen(__m128i bytes) {
     return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
   }
-  // Unsigned comparison by signed numbers.
-  PIXMORPH_INLINE_MEMBER static __m128i Threshold(std::uint32_t x) {
-    return _mm_set1_epi32(static_cast<std::int32_t>(x ^ 0x80000000u));
+  PIXMORPH_INLINE_MEMBER static __m128i ByTwos(__m128i pixels) {
+    const __m128i even = _mm_shuffle_epi32(pixels, _MM_SHUFFLE(3, 1, 2, 0));
+    return _mm_unpacklo_epi8(even, _mm_srli_si128(even, 8));
   }
-  PIXMORPH_INLINE_MEMBER static __m128i Below(__m128i x, __m128i threshold) {
-    return _mm_cmpgt_epi32(threshold, _mm_xor_si128(x, _mm_set1_epi32(INT32_MIN)));
+  PIXMORPH_INLINE_MEMBER static __m128i EvenWordsFirst(__m128i words) {
+    constexpr int kOrder = _MM_SHUFFLE(3, 1, 2, 0);
+    return _mm_shuffle_epi32(_mm_shufflehi_epi16(_mm_shufflelo_epi16(words, kOrder), kOrder), kOrder);
   }
 };
-using Passes = WordPasses<OnePixel<Sse2>>;
+using Passes = WordPasses<FourSums<Sse2>>;
 
 using Averages = AveragePasses<kAreaAverageSse2, false>;
 using Pairs = PairPasses<Words128>;

@@ -4,7 +4,6 @@
 #include <emmintrin.h>
 
 #include "kernels/resample_pair_simd.h"
-#include "kernels/resample_word_simd.h"
 
 namespace pixmorph::kernels {
 
@@ -58,101 +57,6 @@ struct Words128 {
     return {_mm_unpacklo_epi64(low, high)};
   }
 #undef PIXMORPH_OP
-};
-
-// One pixel a vector. `Level` has what is done better where SSE4.1 is there.
-template <class Level>
-struct OnePixel {
-  using Vec = __m128i;
-  static constexpr int kPixels = 1;
-  static constexpr int kBytes = 16;
-  static constexpr double kUnsureAPair = 0.014;  // measured
-
-#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
-  PIXMORPH_OP Set(std::int32_t x) { return _mm_set1_epi32(x); }
-  PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm_load_si128(reinterpret_cast<const Vec*>(p)); }
-  PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
-    return _mm_add_epi32(sums, _mm_madd_epi16(pixels, weights));
-  }
-  // The sum of wide weights from its two.
-  PIXMORPH_OP Joined(Vec first, Vec second) {
-    return _mm_add_epi32(_mm_slli_epi32(first, kWideLowBits), second);
-  }
-  // As the pixels that four vectors of sums came from lie.
-  PIXMORPH_OP InOrder(Vec bytes) { return bytes; }
-#undef PIXMORPH_OP
-
-  // Two woven pixels as 16-bit words.
-  struct Widened {
-    PIXMORPH_INLINE_MEMBER explicit Widened(const std::uint8_t* p)
-        : bytes(_mm_loadu_si128(reinterpret_cast<const Vec*>(p))) {}
-    PIXMORPH_INLINE_MEMBER Vec First() const { return Level::Widen(bytes); }
-    PIXMORPH_INLINE_MEMBER Vec Second() const { return _mm_unpackhi_epi8(bytes, _mm_setzero_si128()); }
-    Vec bytes;
-  };
-
-  struct Rounding {
-    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
-        : up(_mm_cvtsi32_si128(32 - grade.fractionBits)),
-          down(_mm_cvtsi32_si128(grade.fractionBits)),
-          threshold(
-              Level::Threshold(static_cast<std::uint32_t>(grade.threshold) << (32 - grade.fractionBits))) {}
-    // A byte for each channel of the four: not 0 where its fraction is below the threshold.
-    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
-      return _mm_packs_epi16(_mm_packs_epi32(Below(sums[0]), Below(sums[1])),
-                             _mm_packs_epi32(Below(sums[2]), Below(sums[3])));
-    }
-    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
-      const Vec low = _mm_packs_epi32(_mm_sra_epi32(sums[0], down), _mm_sra_epi32(sums[1], down));
-      return _mm_packus_epi16(low,
-                              _mm_packs_epi32(_mm_sra_epi32(sums[2], down), _mm_sra_epi32(sums[3], down)));
-    }
-
-   private:
-    PIXMORPH_INLINE_MEMBER Vec Below(Vec sums) const {
-      return Level::Below(_mm_sll_epi32(sums, up), threshold);
-    }
-    Vec up, down, threshold;
-  };
-
-  PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes)) & kColourBits;
-  }
-
-  // Four pixels of four rows to two pairs.
-  PIXMORPH_INLINE_MEMBER static void Weave(const std::uint8_t* a, const std::uint8_t* b,
-                                           const std::uint8_t* c, const std::uint8_t* d, std::uint8_t* out) {
-    WeaveRow(a, out), WeaveRow(b, out + 16), WeaveRow(c, out + 32), WeaveRow(d, out + 48);
-  }
-
-  // Four columns of four rows to the two planes.
-  PIXMORPH_INLINE_MEMBER static void StoreWoven(const Vec (&rows)[4], std::uint8_t* out,
-                                                std::ptrdiff_t stride) {
-    for (int n = 0; n < 4; n += 2, out += stride) {
-      _mm_storeu_si128(reinterpret_cast<Vec*>(out), _mm_unpacklo_epi8(rows[n], rows[n + 1]));
-      _mm_storeu_si128(reinterpret_cast<Vec*>(out + 16), _mm_unpackhi_epi8(rows[n], rows[n + 1]));
-    }
-  }
-
-  // The first `count` of four pixels.
-  PIXMORPH_INLINE_MEMBER static void StorePixels(Vec pixels, std::uint8_t* out, std::int32_t count,
-                                                 std::uint32_t top) {
-    const Vec colours = _mm_and_si128(pixels, _mm_set1_epi32(0x00FFFFFF));
-    const Vec written = _mm_or_si128(colours, _mm_set1_epi32(static_cast<std::int32_t>(top)));
-    if (count >= 4) return _mm_storeu_si128(reinterpret_cast<Vec*>(out), written);
-    alignas(16) std::uint8_t bytes[16];
-    _mm_store_si128(reinterpret_cast<Vec*>(bytes), written);
-    __builtin_memcpy(out, bytes, 4 * static_cast<std::uint32_t>(count));
-  }
-
- private:
-  PIXMORPH_INLINE_MEMBER static void WeaveRow(const std::uint8_t* row, std::uint8_t* out) {
-    const Vec pixels = _mm_loadu_si128(reinterpret_cast<const Vec*>(row)), next = _mm_srli_si128(pixels, 4);
-    const Vec first = Level::Widen(_mm_unpacklo_epi8(pixels, next));
-    const Vec second = Level::Widen(_mm_unpackhi_epi8(pixels, next));
-    _mm_store_si128(reinterpret_cast<Vec*>(out), first);
-    _mm_store_si128(reinterpret_cast<Vec*>(out + kPairBytes), second);
-  }
 };
 
 }  // namespace

@@ -195,7 +195,7 @@ AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std
     blocks[blockCount++] = block;
     used += block.count;
   }
-  return {outLists, blocks, weights, count, blockCount, sourceLength};
+  return {outLists, blocks, weights, count, blockCount, sourceLength, blockCount <= kFewBlocks};
 }
 
 bool IsAverage(const AxisWeights& axis, const WeightBlock& block) {
@@ -208,7 +208,7 @@ TieRule TiesOf(const AxisWeights& axis, const WeightBlock& block) {
   if (block.count <= kLongestAverage && IsAverage(axis, block)) return {1.0 / (2.0 * block.count), 0.0, true};
   const double step = ExactStep(axis, block);
   if (step != 0.0) return {step, 0.0, true};
-  return axis.blockCount <= kFewBlocks ? NearFractions(axis, block).Rule() : TieRule{};
+  return axis.fewBlocks ? NearFractions(axis, block).Rule() : TieRule{};
 }
 
 }  // namespace pixmorph::kernels

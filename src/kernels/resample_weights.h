@@ -29,6 +29,7 @@ struct AxisWeights {
   std::int32_t count;         // lists
   std::int32_t blockCount;    // 1 .. count
   std::int32_t sourceLength;  // samples
+  bool fewBlocks;             // so few that each is worth a closer look
 };
 
 // Of so many samples the plain evaluation rounds an average exactly, and 16 bits hold their sum and a half.

@@ -12,7 +12,7 @@ namespace {
 constexpr std::int32_t kLargestWord = 32767;
 constexpr std::int32_t kMostNarrowBits = 20, kLeastNarrowBits = 10;  // of the fraction
 constexpr std::int32_t kMostWideBits = 22, kLeastWideBits = 18;
-constexpr std::int32_t kMostLowBits = 16;
+constexpr std::int32_t kMostLowBits = 14;  // a unit and a half, which a cut weight may lack, are below 2^15
 constexpr std::int32_t kLeastLowBits = 8;
 constexpr double kChannelMax = 255.0;
 constexpr double kRoom = 1073741824.0;  // 2^30: for a second sum and everything that is added to it
@@ -72,7 +72,17 @@ struct Grade {
     return block >= first && block < first + axis.blockCount;
   }
 
-  WordGrade Word() const { return {fixed.fractionBits, lowBits, 2 * fixed.error, near}; }
+  WordGrade Word() const {
+    const std::int32_t fraction = (1 << fixed.fractionBits) - 1, threshold = 2 * fixed.error;
+    WordGrade grade = {fixed.fractionBits, lowBits, threshold, near, fraction, threshold};
+    if (threshold <= kLargestWord) return grade;
+    // Its next power of two: such fractions have no higher bit.
+    std::int32_t power = kLargestWord + 1;
+    while (power < threshold) power *= 2;
+    grade.doubtMask = fraction & -power;
+    grade.doubtBelow = 1;
+    return grade;
+  }
 
   // From the fraction of a first sum to the side of the whole number on which the truth lies; ties that a
   // rule decides are taken to their side.
@@ -87,15 +97,14 @@ struct Grade {
   }
 
  private:
-  // What rounding leaves of a weight is at most half a unit, and a bias differs from the rounding half by
-  // less than 5 errors.
+  // What rounding leaves of a weight is at most half a unit, or one and a half where it is cut, and a bias
+  // differs from the rounding half by less than 5 errors.
   bool ChooseLowBits() {
     const std::int32_t longest = Longest(axis);
-    const double most = 8.0 * fixed.error + kChannelMax * longest / 2.0;
+    const double most = 8.0 * fixed.error + kChannelMax * longest * 1.5;
     for (lowBits = kMostLowBits; lowBits >= kLeastLowBits; --lowBits)
       if (most * (1 << lowBits) < kRoom) break;
-    // Half a step of the second sum for each tap, a whole one where the largest number is just missed; and
-    // what `ScaledWeight` and the plain doubles may be off.
+    // Half a step of the second sum for each tap, and what `ScaledWeight` and the plain doubles may be off.
     near = TruncateToInt32(kChannelMax * longest) + 2;
     return lowBits >= kLeastLowBits;
   }
@@ -104,40 +113,77 @@ struct Grade {
 // Packs the blocks of one axis; holds what does not change while it works.
 class Packer {
  public:
-  Packer(const AxisWeights& axis, void* memory, WordAxis& packed)
-      : axis_(axis), packed_(packed), lists_(static_cast<WordList*>(memory)) {
-    placed_ = reinterpret_cast<std::int32_t*>(lists_ + axis.count);
-    words_ = placed_ + 4 * static_cast<std::int64_t>(axis.blockCount);
-    memset(placed_, 0xFF, sizeof(std::int32_t) * 4 * static_cast<std::uint32_t>(axis.blockCount));
+  Packer(const AxisWeights& axis, WordGrades share, void* memory, WordAxis& packed)
+      : axis_(axis), byList_(share == WordGrades::kByList), packed_(packed) {
+    lists_ = static_cast<WordList*>(memory);
+    words_ = reinterpret_cast<std::int32_t*>(lists_ + axis.count);
+    written_ = reinterpret_cast<WordGrade*>(words_ + MostWords(axis));
+    placed_ = reinterpret_cast<std::int32_t*>(written_ + MostGrades(axis));
   }
 
   bool Pack(double unsureAPair) {
-    wide_ = !ChooseNarrow(unsureAPair);
-    if (wide_ && !grades_[0].ChooseWide(axis_)) return false;
-    if (wide_) grades_[1] = grades_[0];
-    for (std::int32_t i = 0; i < axis_.count; ++i) Place(i);
-    packed_ = {axis_, lists_, words_, wide_, {grades_[0].Word(), grades_[1].Word()}};
+    wide_ = !PackNarrow(unsureAPair * ((Longest(axis_) + 1) / 2));
+    if (wide_) {
+      if (!grades_[0].ChooseWide(axis_)) return false;
+      grades_[1] = grades_[0];
+      PlaceAll();
+    }
+    packed_ = {axis_, lists_, words_, wide_, written_};
     return true;
   }
 
+  // Two words a pair, in both grades, with the first tap at an even or an odd sample.
+  static std::int64_t MostWords(const AxisWeights& axis) {
+    std::int64_t taps = 0;
+    for (std::int32_t b = 0; b < axis.blockCount; ++b) taps += std::int64_t{axis.blocks[b].count} + 2;
+    return 4 * taps;
+  }
+  static std::int64_t MostGrades(const AxisWeights& axis) { return std::int64_t{axis.blockCount} + 1; }
+
  private:
-  bool ChooseNarrow(double unsureAPair) {
+  bool PackNarrow(double mostUnsure) {
+    if (byList_) {
+      unsure_ = 0.0, chosen_ = 0;
+      return PlaceAll() && unsure_ <= mostUnsure * chosen_;
+    }
     if (!grades_[0].ChooseNarrow(axis_)) return false;
     const AxisWeights inside = Inside(axis_);
     grades_[1] = grades_[0];
     if (inside.blockCount < axis_.blockCount && !grades_[1].ChooseNarrow(inside)) return false;
-    return UnsureShare(grades_[1].axis, grades_[1].fixed) <= unsureAPair * (Longest(axis_) + 1) / 2;
+    return UnsureShare(grades_[1].axis, grades_[1].fixed) <= mostUnsure && PlaceAll();
+  }
+
+  bool PlaceAll() {
+    memset(placed_, 0xFF, sizeof(std::int32_t) * 4 * static_cast<std::uint32_t>(axis_.blockCount));
+    used_ = 0;
+    for (std::int32_t n = 0; n < 2 && (wide_ || !byList_); ++n) written_[n] = grades_[n].Word();
+    for (std::int32_t i = 0; i < axis_.count; ++i)
+      if (!Place(i)) return false;
+    return true;
+  }
+
+  // The grade of narrow weights that a block has for itself.
+  bool ChooseOwn(std::int32_t block) {
+    AxisWeights alone = axis_;
+    alone.blocks += block;
+    alone.blockCount = 1;
+    if (!grades_[0].ChooseNarrow(alone)) return false;
+    written_[block] = grades_[0].Word();
+    unsure_ += UnsureShare(alone, grades_[0].fixed);
+    ++chosen_;
+    return true;
   }
 
   // Four lists in a row are rounded together.
   std::int32_t GradeOf(std::int32_t i) const {
+    if (wide_ || byList_) return 0;
     const std::int32_t first = i / 4 * 4, end = first + 4 < axis_.count ? first + 4 : axis_.count;
     for (std::int32_t n = first; n < end; ++n)
       if (!grades_[1].Has(axis_, axis_.lists[n].block)) return 0;
     return 1;
   }
 
-  void Place(std::int32_t i) {
+  bool Place(std::int32_t i) {
     const WeightList& list = axis_.lists[i];
     const WeightBlock& block = axis_.blocks[list.block];
     const std::int32_t shift = list.first % 2, pairs = (shift + block.count + 1) / 2, grade = GradeOf(i);
@@ -145,15 +191,19 @@ class Packer {
     if (known >= 0) {
       lists_[i] = lists_[known];
       lists_[i].pair = list.first / 2;
-      return;
+      return true;
     }
     known = i;
+    const bool own = byList_ && !wide_;
+    if (own && !ChooseOwn(list.block)) return false;
     const Grade& chosen = grades_[grade];
     const std::int32_t bias = BiasOf(chosen.axis, block, chosen.fixed);
-    lists_[i] = {list.first / 2, pairs, used_, bias, wide_ ? 0 : chosen.SecondBias(block, bias), grade};
+    lists_[i] = {list.first / 2,          pairs, used_, bias, wide_ ? 0 : chosen.SecondBias(block, bias),
+                 own ? list.block : grade};
     for (std::int32_t p = 0; p < pairs; ++p)
       WritePair(chosen, block, 2 * p - shift, words_ + used_ + p, pairs);
     used_ += 2 * pairs;
+    return true;
   }
 
   // The taps `tap` and `tap + 1`, of which either may not be one of the block's.
@@ -170,42 +220,44 @@ class Packer {
   }
 
   static void SplitNarrow(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
-    high = NearestInteger(exact);
+    high = LimitedInteger(exact, kLargestWord);
     low = NearestInteger((exact - high) * (1 << lowBits));
-    if (low > kLargestWord) low = kLargestWord;
   }
 
   static void SplitWide(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
-    const std::int32_t whole = NearestInteger(exact);
+    const std::int32_t whole = LimitedInteger(exact, kLargestWord << lowBits);
     high = whole >> lowBits;
     low = whole - high * (1 << lowBits);
   }
 
   const AxisWeights& axis_;
+  const bool byList_;
   WordAxis& packed_;
   WordList* lists_;
-  std::int32_t* placed_;  // per block, grade and parity of its first tap: the first list that has it, or -1
   std::int32_t* words_;
+  WordGrade* written_;
+  std::int32_t* placed_;  // per block, grade and parity of its first tap: the first list that has it, or -1
   bool wide_ = false;
   std::int32_t used_ = 0;
-  Grade grades_[2];
+  Grade grades_[2];      // of lists of every kind, of those inside; the first also of one list's own
+  double unsure_ = 0.0;  // shares of lists with grades of their own, added up
+  std::int32_t chosen_ = 0;
 };
 
 }  // namespace
 
 std::int64_t WordsBytes(const AxisWeights& axis) {
-  std::int64_t taps = 0;
-  for (std::int32_t b = 0; b < axis.blockCount; ++b) taps += std::int64_t{axis.blocks[b].count} + 2;
-  // A block comes with its first tap at an even or an odd sample, and in both grades.
-  return ByteSize(taps)
-      .Times(16)
+  return ByteSize(Packer::MostWords(axis))
+      .Times(4)
       .Plus(ByteSize(axis.count).Times(sizeof(WordList)).Bytes())
+      .Plus(ByteSize(Packer::MostGrades(axis)).Times(sizeof(WordGrade)).Bytes())
       .Plus(ByteSize(axis.blockCount).Times(16).Bytes())
       .Bytes();
 }
 
-bool PackWords(const AxisWeights& axis, double unsureAPair, void* memory, WordAxis& packed) {
-  return Packer(axis, memory, packed).Pack(unsureAPair);
+bool PackWords(const AxisWeights& axis, WordGrades share, double unsureAPair, void* memory,
+               WordAxis& packed) {
+  return Packer(axis, share, memory, packed).Pack(unsureAPair);
 }
 
 }  // namespace pixmorph::kernels

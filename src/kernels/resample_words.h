@@ -28,16 +28,19 @@ struct WordList {
   std::int32_t words;       // index into `words`: one a pair, then one a pair for the second sum
   std::int32_t bias;        // where the first sum starts; of wide weights the second
   std::int32_t secondBias;  // of narrow weights
-  std::int32_t grade;       // index into `grades`; the same for lists 4n .. 4n + 3
+  std::int32_t grade;       // index into `grades`
 };
 
-// How finely sums are resolved. Lists that a picture's edge cuts off have larger weights than the others,
-// which would lose a bit through them.
+// How finely sums are resolved. Large weights take bits from the fraction: lists share a grade only where
+// they are rounded together.
 struct WordGrade {
   std::int32_t fractionBits;
   std::int32_t lowBits;    // of narrow weights
   std::int32_t threshold;  // of the fraction
   std::int32_t near;
+  // The same threshold in 16 bits, or a little more: of the sum's bits `doubtMask` those that make a number
+  // below `doubtBelow`, 32767 at most.
+  std::int32_t doubtMask, doubtBelow;
 };
 
 struct WordAxis {
@@ -45,7 +48,16 @@ struct WordAxis {
   const WordList* lists;  // as many as `exact` has
   const std::int32_t* words;
   bool wide;
-  WordGrade grades[2];  // of lists of every kind, of those inside
+  const WordGrade* grades;
+};
+
+// Which lists share a grade.
+enum class WordGrades {
+  // Lists 4n .. 4n + 3 do. There are two grades only: for those inside, and for those that a picture's edge
+  // cuts off, whose weights are larger.
+  kByFour,
+  // Only equal ones do.
+  kByList,
 };
 
 // Memory that `PackWords` needs, in bytes; negative when it has no size. [pure]
@@ -55,7 +67,7 @@ std::int64_t WordsBytes(const AxisWeights& axis);
 // that can be expected to need a second look is at most `unsureAPair` for each pair of a list: second looks
 // cost a level so much less than second sums. False when the weights don't suit this form: far too many or
 // far too large.
-bool PackWords(const AxisWeights& axis, double unsureAPair, void* memory, WordAxis& packed);
+bool PackWords(const AxisWeights& axis, WordGrades share, double unsureAPair, void* memory, WordAxis& packed);
 
 }  // namespace pixmorph::kernels
 

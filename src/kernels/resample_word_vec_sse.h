@@ -1,0 +1,132 @@
+#ifndef PIXMORPH_KERNELS_RESAMPLE_WORD_VEC_SSE_H_
+#define PIXMORPH_KERNELS_RESAMPLE_WORD_VEC_SSE_H_
+
+#include <emmintrin.h>
+
+#include "kernels/resample_word_simd.h"
+
+namespace pixmorph::kernels {
+
+namespace {
+
+// Four 32-bit sums a vector. `Level` has what is done better where SSE4.1 is there.
+template <class Level>
+struct FourSums {
+  using Vec = __m128i;
+  static constexpr std::int32_t kSums = 4;
+  static constexpr std::ptrdiff_t kBytes = 16;
+  static constexpr double kUnsureAPair = 0.014;  // measured
+
+#define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
+  PIXMORPH_OP Set(std::int32_t x) { return _mm_set1_epi32(x); }
+  PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm_load_si128(reinterpret_cast<const Vec*>(p)); }
+  PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
+    return _mm_add_epi32(sums, _mm_madd_epi16(pixels, weights));
+  }
+  // The sum of wide weights from its two.
+  PIXMORPH_OP Joined(Vec first, Vec second) {
+    return _mm_add_epi32(_mm_slli_epi32(first, kWideLowBits), second);
+  }
+#undef PIXMORPH_OP
+
+  // Bytes as 16-bit words.
+  struct Widened {
+    PIXMORPH_INLINE_MEMBER explicit Widened(const std::uint8_t* p)
+        : bytes(_mm_loadu_si128(reinterpret_cast<const Vec*>(p))) {}
+    PIXMORPH_INLINE_MEMBER Vec First() const { return Level::Widen(bytes); }
+    PIXMORPH_INLINE_MEMBER Vec Second() const { return _mm_unpackhi_epi8(bytes, _mm_setzero_si128()); }
+    Vec bytes;
+  };
+
+  struct Rounding {
+    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
+        : down(_mm_cvtsi32_si128(grade.fractionBits)),
+          mask(Set(grade.doubtMask)),
+          below(_mm_set1_epi16(static_cast<std::int16_t>(grade.doubtBelow))) {}
+    // A byte for each sum: not 0 where its fraction is below the threshold. Packing leaves what is too large
+    // for 16 bits above every threshold.
+    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
+      return _mm_packs_epi16(_mm_cmpgt_epi16(below, Doubts(sums[0], sums[1])),
+                             _mm_cmpgt_epi16(below, Doubts(sums[2], sums[3])));
+    }
+    // The clamped whole parts.
+    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
+      const Vec low = _mm_packs_epi32(_mm_sra_epi32(sums[0], down), _mm_sra_epi32(sums[1], down));
+      const Vec high = _mm_packs_epi32(_mm_sra_epi32(sums[2], down), _mm_sra_epi32(sums[3], down));
+      return _mm_packus_epi16(low, high);
+    }
+
+   private:
+    PIXMORPH_INLINE_MEMBER Vec Doubts(Vec a, Vec b) const {
+      return _mm_packs_epi32(_mm_and_si128(a, mask), _mm_and_si128(b, mask));
+    }
+    Vec down, mask, below;
+  };
+
+  // Of what `Rounding::Unsure` gives, a bit for each sum.
+  PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
+  }
+
+  PIXMORPH_INLINE_MEMBER static std::uint32_t PlaceInBlock(std::uint32_t column) { return column; }
+  // The first pixel of a group of four such bits, counted from the block's.
+  PIXMORPH_INLINE_MEMBER static std::int32_t PixelsOfGroup(std::int32_t group) { return 4 * group; }
+
+  // Four columns from x on of eight rows to two pairs.
+  PIXMORPH_INLINE_MEMBER static void Weave(const std::uint8_t* const* rows, std::int32_t x,
+                                           std::uint8_t* out) {
+    for (int half = 0; half < 2; ++half, rows += 4, out += 16) {
+      const Vec a = ByTwos(rows[0], x), b = ByTwos(rows[1], x), c = ByTwos(rows[2], x),
+                d = ByTwos(rows[3], x);
+      StorePair(_mm_unpacklo_epi16(a, b), _mm_unpacklo_epi16(c, d), out);
+      StorePair(_mm_unpackhi_epi16(a, b), _mm_unpackhi_epi16(c, d), out + kPairBytes);
+    }
+  }
+
+  // Four columns of four rows to two planes.
+  PIXMORPH_INLINE_MEMBER static void StoreRows(Vec bytes, std::uint8_t* out, std::ptrdiff_t stride) {
+    const Vec planes = Level::EvenWordsFirst(bytes);
+    _mm_storel_epi64(reinterpret_cast<Vec*>(out), planes);
+    _mm_storel_epi64(reinterpret_cast<Vec*>(out + stride), _mm_unpackhi_epi64(planes, planes));
+  }
+
+  // The first `count` pixels of a block from its channels.
+  PIXMORPH_INLINE_MEMBER static void StoreBlock(const Vec (&channels)[kChannels], std::uint8_t* out,
+                                                std::int32_t count, std::uint32_t top) {
+    if (count >= 16) return StorePixels(channels, out, top);
+    std::uint8_t pixels[64];
+    StorePixels(channels, pixels, top);
+    __builtin_memcpy(out, pixels, 4 * static_cast<std::uint32_t>(count));
+  }
+
+ private:
+  PIXMORPH_INLINE_MEMBER static Vec ByTwos(const std::uint8_t* row, std::int32_t x) {
+    return Level::ByTwos(_mm_loadu_si128(reinterpret_cast<const Vec*>(PixelAt(row, x))));
+  }
+
+  // Four rows of a pair, of which `ab` and `cd` have two each, channel by channel.
+  PIXMORPH_INLINE_MEMBER static void StorePair(Vec ab, Vec cd, std::uint8_t* out) {
+    const Vec zero = _mm_setzero_si128(), firstTwo = _mm_unpacklo_epi32(ab, cd);
+    _mm_store_si128(reinterpret_cast<Vec*>(out), Level::Widen(firstTwo));
+    _mm_store_si128(reinterpret_cast<Vec*>(out + kRowsBytes), _mm_unpackhi_epi8(firstTwo, zero));
+    _mm_store_si128(reinterpret_cast<Vec*>(out + 2 * kRowsBytes), Level::Widen(_mm_unpackhi_epi32(ab, cd)));
+  }
+
+  PIXMORPH_INLINE_MEMBER static void StorePixels(const Vec (&channels)[kChannels], std::uint8_t* out,
+                                                 std::uint32_t top) {
+    const Vec tops = _mm_set1_epi8(static_cast<char>(top >> 24));
+    const auto store = [&out](Vec firstTwo, Vec lastTwo) {
+      _mm_storeu_si128(reinterpret_cast<Vec*>(out), _mm_unpacklo_epi16(firstTwo, lastTwo));
+      _mm_storeu_si128(reinterpret_cast<Vec*>(out + 16), _mm_unpackhi_epi16(firstTwo, lastTwo));
+      out += 32;
+    };
+    store(_mm_unpacklo_epi8(channels[0], channels[1]), _mm_unpacklo_epi8(channels[2], tops));
+    store(_mm_unpackhi_epi8(channels[0], channels[1]), _mm_unpackhi_epi8(channels[2], tops));
+  }
+};
+
+}  // namespace
+
+}  // namespace pixmorph::kernels
+
+#endif  // PIXMORPH_KERNELS_RESAMPLE_WORD_VEC_SSE_H_
