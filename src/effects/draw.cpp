@@ -3,7 +3,7 @@
 #include <math.h>
 
 #include "host/encodings.h"
-#include "kernels/draw_kernel.h"
+#include "kernels/draw_mask_tables.h"
 #include "kernels/levels.h"
 #include "picture/editor.h"
 #include "runtime/yield.h"
@@ -33,6 +33,7 @@ struct Drawing {
   PictureEditor& destination;
   PictureReader& source;
   PictureEditor* mask;  // null: none
+  kernels::MaskTables& maskTables;
   kernels::DrawPlan plan{};
   std::int32_t top = 0;  // destination row of the source's row 0
   bool inView = false;
@@ -60,6 +61,7 @@ void Drawing::Plan(double x, double y, double alpha) {
   if (mask) {
     plan.mask = mask->Layout();
     plan.maskWidth = mask->width;
+    plan.maskTables = &maskTables;
   }
   Place left{}, upper{};
   inView = SplitPosition(x, &left) && SplitPosition(y, &upper);
@@ -104,7 +106,8 @@ bool DrawPictureF(REALpictureStruct* destination, REALpictureStruct* picture, do
 
   const kernels::DrawKernels& kernel = *kernels::Kernels().draw;
   YieldData yieldData{yieldInterval, 0};
-  Drawing drawing{editor, reader, mask ? &maskEditor : nullptr};
+  kernels::MaskTables maskTables;  // 8 KiB, filled only for a large drawing through a mask
+  Drawing drawing{editor, reader, mask ? &maskEditor : nullptr, maskTables};
   drawing.Plan(x, y, alpha);
   yieldData.YieldPoint();
   for (std::int32_t row = 0; row < editor.height; ++row) {

@@ -14,6 +14,8 @@ namespace pixmorph::kernels {
 // The four source pixels around a destination pixel, in the order in which they take part.
 enum DrawNeighbour { kUpperLeft, kUpperRight, kLowerRight, kLowerLeft, kDrawNeighbours };
 
+struct MaskTables;
+
 // What one drawing has in common for all its rows. The first part is the caller's; `FinishDrawPlan` adds the
 // rest.
 struct DrawPlan {
@@ -25,22 +27,26 @@ struct DrawPlan {
   std::int32_t left;                // destination column of the source's column 0, whole part
   double weights[kDrawNeighbours];  // shares times opacity; any double at all
 
+  MaskTables* maskTables;  // memory for them that outlives the drawing; null: go without
+
   // No weight can make a product leave 32 bits, be no number, or get lost in the smallest doubles.
   bool tame;
   // All weights are 0: nothing of the source shows.
   bool idle;
-  // At full opacity on whole pixels and without a mask, the source just replaces what is there.
+  // At full opacity on whole pixels, the source just replaces what is there where no mask hides any of it.
   bool copying;
-  // Inside an unmasked source, each truncated product of a colour and one of the weights, or and what they
-  // leave of 1 (the last one), is colour * factor >> 16 + shift, for all 256 colours.
+  // Inside the source, and where no mask hides any of it, each truncated product of a colour and one of the
+  // weights, or and what they leave of 1 (the last one), is colour * factor >> 16 + shift, for all 256
+  // colours.
   bool quick;
   bool shifted;  // any of the shifts is not 0
   std::uint16_t factors[kDrawNeighbours + 1];
   std::int32_t shifts[kDrawNeighbours + 1];
+  bool tabled;  // `maskTables` are filled
 };
 
-// Worth its 2 microseconds only for drawings of some size: `pixels` is the number of pixels to be drawn.
-// [pure]
+// `pixels` is the number of pixels to be drawn: factors and tables take a microsecond and a tenth of a
+// millisecond, which small drawings are not worth.
 void FinishDrawPlan(DrawPlan* plan, std::int64_t pixels);
 
 // The rows that meet in one destination row.

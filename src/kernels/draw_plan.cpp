@@ -1,34 +1,14 @@
-#include "kernels/draw_kernel.h"
+#include "kernels/draw_factors.h"
+#include "kernels/draw_mask_tables.h"
 
 namespace pixmorph::kernels {
 namespace {
 
-constexpr std::int64_t kPixelsWorthAFactor = 1024;
+constexpr std::int64_t kPixelsWorthAFactor = 1024, kPixelsWorthATable = 1 << 16;
 
 bool IsTame(double weight) {
   const double size = weight < 0 ? -weight : weight;
   return size == 0 || (size >= 1e-200 && size <= 1000);
-}
-
-// For weights of 0 to 1.
-bool Matches(double weight, std::uint32_t factor, std::int32_t shift) {
-  for (std::uint32_t colour = 0; colour < 256; ++colour) {
-    const std::int32_t product = TruncateInRange(static_cast<double>(colour) * weight);
-    if (static_cast<std::int32_t>(colour * factor >> 16 >> shift) != product) return false;
-  }
-  return true;
-}
-
-// A factor next to the weight: products that are whole numbers but for the weight's own rounding may need it
-// on one side or on the other, and in rare cases have none.
-bool FindFactor(double weight, std::int32_t shift, std::uint16_t* factor) {
-  const std::int32_t below = TruncateToInt32(weight * (65536 << shift));
-  for (std::int32_t candidate = below + 1; candidate >= below - 1; --candidate) {
-    if (candidate < 0 || candidate > 65535) continue;
-    *factor = static_cast<std::uint16_t>(candidate);
-    if (Matches(weight, *factor, shift)) return true;
-  }
-  return false;
 }
 
 // Without a shift for all weights, or else with the largest for each, which makes the most of a factor's 16
@@ -49,17 +29,24 @@ bool FindFactors(const double (&weights)[kDrawNeighbours + 1], bool shifted, Dra
 
 void FinishDrawPlan(DrawPlan* plan, std::int64_t pixels) {
   const double* weights = plan->weights;
-  double all[kDrawNeighbours + 1] = {weights[0], weights[1], weights[2], weights[3], 1.0};
+  // Of what is shown, and what they leave.
+  double shown[kDrawNeighbours + 1] = {0, 0, 0, 0, 1.0};
   plan->tame = plan->idle = true;
   for (int i = 0; i < kDrawNeighbours; ++i) {
     plan->tame = plan->tame && IsTame(weights[i]);
     plan->idle = plan->idle && weights[i] == 0;
-    all[kDrawNeighbours] -= weights[i];
+    shown[i] = plan->masked ? 255 * weights[i] / 255 : weights[i];
+    shown[kDrawNeighbours] -= shown[i];
   }
-  plan->copying = !plan->masked && weights[kLowerRight] == 1 && weights[kUpperLeft] == 0 &&
-                  weights[kUpperRight] == 0 && weights[kLowerLeft] == 0;
-  const bool wanted = plan->tame && !plan->idle && !plan->masked && pixels >= kPixelsWorthAFactor;
-  plan->quick = wanted && (FindFactors(all, false, plan) || FindFactors(all, true, plan));
+  plan->copying =
+      shown[kLowerRight] == 1 && shown[kUpperLeft] == 0 && shown[kUpperRight] == 0 && shown[kLowerLeft] == 0;
+  // Less than nothing does not count.
+  if (shown[kDrawNeighbours] < 0) shown[kDrawNeighbours] = 0;
+  const bool wanted = plan->tame && !plan->idle;
+  plan->quick = wanted && pixels >= kPixelsWorthAFactor &&
+                (FindFactors(shown, false, plan) || FindFactors(shown, true, plan));
+  plan->tabled = wanted && plan->masked && plan->maskTables && pixels >= kPixelsWorthATable &&
+                 FillMaskTables(plan->weights, plan->maskTables);
 }
 
 }  // namespace pixmorph::kernels

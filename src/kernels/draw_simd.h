@@ -1,7 +1,7 @@
 #ifndef PIXMORPH_KERNELS_DRAW_SIMD_H_
 #define PIXMORPH_KERNELS_DRAW_SIMD_H_
 
-#include "kernels/draw_halfway.h"
+#include "kernels/draw_masked.h"
 #include "kernels/pack_kernel.h"
 
 // Drawing over the vector types of vec_*.h. Included by the files of the instruction sets only.
@@ -115,7 +115,7 @@ PIXMORPH_INLINE bool IsPlain(const DrawPlan& plan, const DrawRows& rows) {
 }
 
 template <class V, class D>
-PIXMORPH_INLINE void DrawSpanOf(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
+PIXMORPH_INLINE void DrawUnmasked(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
   if (plan.copying && span.lower)
     DrawCopies<V>(plan, span, count);
   else if (plan.quick && span.upper && span.lower && plan.shifted)
@@ -124,6 +124,51 @@ PIXMORPH_INLINE void DrawSpanOf(const DrawPlan& plan, const DrawSpan& span, std:
     DrawQuick<V, false>(plan, span, count);
   else if (IsHalfway(plan, span))
     DrawHalfway<D>(plan, span, count);
+  else
+    DrawDoubles<D>(plan, span, count);
+}
+
+template <class V, class D>
+PIXMORPH_INLINE void DrawMixed(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
+  const bool halfway = IsHalfway(plan, span);
+  if (plan.tabled && halfway)
+    DrawByTables<V, D, true>(plan, span, count);
+  else if (plan.tabled)
+    DrawByTables<V, D, false>(plan, span, count);
+  else if (halfway)
+    DrawHalfway<D>(plan, span, count);
+  else
+    DrawDoubles<D>(plan, span, count);
+}
+
+// Stretches of one cover.
+template <class V, class D>
+PIXMORPH_INLINE void DrawMasked(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
+  for (std::int32_t x = 0, end; x < count; x = end) {
+    const DrawSpan span = whole.From(x);
+    const auto coverAt = [&](std::int32_t at) {
+      const bool known = at + kCoverPixels <= count;
+      const Cover cover = known ? CoverOf<V>(whole.From(at)) : Cover::kMixed;
+      return cover == Cover::kShown && !plan.copying && !plan.quick ? Cover::kMixed : cover;
+    };
+    const Cover cover = coverAt(x);
+    for (end = x + kCoverPixels; end < count && coverAt(end) == cover;) end += kCoverPixels;
+    if (end > count) end = count;
+    if (cover == Cover::kHidden)
+      RewriteTops<V>(span.to, end - x, TopByteMask(plan.destination));
+    else if (cover == Cover::kShown)
+      DrawUnmasked<V, D>(plan, {span.to, span.upper, span.lower, nullptr, nullptr}, end - x);
+    else
+      DrawMixed<V, D>(plan, span, end - x);
+  }
+}
+
+template <class V, class D>
+PIXMORPH_INLINE void DrawSpanOf(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
+  if (!plan.masked)
+    DrawUnmasked<V, D>(plan, span, count);
+  else if (span.upper && span.lower)
+    DrawMasked<V, D>(plan, span, count);
   else
     DrawDoubles<D>(plan, span, count);
 }

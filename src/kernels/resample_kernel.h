@@ -93,18 +93,6 @@ struct ResampleKernels {
   bool (*plan)(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan);
 };
 
-// Here a vector is in a register. In code for eight of them compilers would rather add to memory.
-template <class Vec>
-PIXMORPH_INLINE void KeepInRegister(Vec& vector) {
-  __asm__("" : "+x"(vector));
-}
-
-// Here all four are, and no load from behind has been made yet.
-template <class Vec>
-PIXMORPH_INLINE void KeepInRegisters(Vec& a, Vec& b, Vec& c, Vec& d) {
-  __asm__ volatile("" : "+x"(a), "+x"(b), "+x"(c), "+x"(d) : : "memory");
-}
-
 extern const ResampleKernels kResampleScalar, kResampleSse2, kResampleSse41, kResampleAvx2, kResampleAvx512;
 
 }  // namespace pixmorph::kernels

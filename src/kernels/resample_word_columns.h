@@ -1,6 +1,7 @@
 #ifndef PIXMORPH_KERNELS_RESAMPLE_WORD_COLUMNS_H_
 #define PIXMORPH_KERNELS_RESAMPLE_WORD_COLUMNS_H_
 
+#include "kernels/registers.h"
 #include "kernels/resample_second_look.h"
 #include "kernels/resample_wide_sums.h"
 

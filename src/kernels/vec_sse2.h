@@ -50,7 +50,9 @@ struct VecSse2 {
   PIXMORPH_OP Sub16(Self a, Self b) { return {_mm_sub_epi16(a.r, b.r)}; }
   PIXMORPH_OP Add8(Self a, Self b) { return {_mm_add_epi8(a.r, b.r)}; }
   PIXMORPH_OP Greater16(Self a, Self b) { return {_mm_cmpgt_epi16(a.r, b.r)}; }
+  PIXMORPH_OP Equal16(Self a, Self b) { return {_mm_cmpeq_epi16(a.r, b.r)}; }
   PIXMORPH_OP Add32(Self a, Self b) { return {_mm_add_epi32(a.r, b.r)}; }
+  PIXMORPH_OP NotNegative32(Self a) { return {_mm_andnot_si128(_mm_srai_epi32(a.r, 31), a.r)}; }
   PIXMORPH_OP MulHigh16(Self a, Self b) { return {_mm_mulhi_epu16(a.r, b.r)}; }
   PIXMORPH_OP MulLow16(Self a, Self b) { return {_mm_mullo_epi16(a.r, b.r)}; }
   // Adds the two 16-bit products of each 32-bit lane.
@@ -71,6 +73,33 @@ struct VecSse2 {
   // Within each 16 bytes: the bytes of the first or the last two pixels as 16-bit numbers, and back.
   PIXMORPH_OP UnpackLow8(Self a) { return {_mm_unpacklo_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm_unpackhi_epi8(a.r, Zero().r)}; }
+  template <bool kLow>
+  PIXMORPH_OP Unpack8Times256(Self a) {
+    return {kLow ? _mm_unpacklo_epi8(Zero().r, a.r) : _mm_unpackhi_epi8(Zero().r, a.r)};
+  }
+  // The 32-bit lanes of the same pixels, each twice.
+  template <bool kLow>
+  PIXMORPH_OP Twice32(Self a) {
+    return {kLow ? _mm_unpacklo_epi32(a.r, a.r) : _mm_unpackhi_epi32(a.r, a.r)};
+  }
+  // The entries for one byte of each of the same pixels; the first pixel's is at `bytes`.
+  template <bool kLow>
+  PIXMORPH_OP LookUp(const std::uint8_t* bytes, const std::uint64_t (&table)[256]) {
+    bytes += kLow ? 0 : 8;
+    const auto at = [&table](std::uint8_t byte) { return &table[byte]; };
+    const __m128d first = _mm_castsi128_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(at(bytes[0]))));
+    return {_mm_castpd_si128(_mm_loadh_pd(first, reinterpret_cast<const double*>(at(bytes[4]))))};
+  }
+  // All unpacked pixels moved by one place: the first and the last two of each 16 bytes. `before` are the
+  // last two of the vector before, of which the very last one moves in.
+  PIXMORPH_OP FirstEverywhere64(Self a) { return {_mm_unpacklo_epi64(a.r, a.r)}; }
+  PIXMORPH_OP LowBefore64(Self before, Self low, Self) { return HighBefore64(before, low); }
+  PIXMORPH_OP HighBefore64(Self low, Self high) {
+    return {_mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(low.r), _mm_castsi128_pd(high.r), 1))};
+  }
+  PIXMORPH_INLINE_MEMBER static std::uint32_t Signs8(Self a) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(a.r));
+  }
   PIXMORPH_OP PackSigned16(Self lo, Self hi) { return {_mm_packs_epi16(lo.r, hi.r)}; }
   PIXMORPH_OP Pack16(Self lo, Self hi) { return {_mm_packus_epi16(lo.r, hi.r)}; }
 

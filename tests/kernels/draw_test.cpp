@@ -1,7 +1,8 @@
-#include "kernels/draw_kernel.h"
+#include "kernels/draw_mask_tables.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -56,8 +57,11 @@ double RandomShare(test::Random& random) {
   return random.OneIn(3) ? 0 : random.OneIn(2) ? random.Between(1, 19) / 20.0 : random.Real(0, 1);
 }
 
+MaskTables tables;
+
 DrawPlan RandomPlan(test::Random& random) {
   DrawPlan plan{};
+  plan.maskTables = random.OneIn(8) ? nullptr : &tables;
   plan.destination = random.OneIn(2) ? PixelLayout::kBgrx0 : PixelLayout::kBgrxF;
   plan.source = random.OneIn(3) ? PixelLayout::kRgb24 : PixelLayout::kBgrxF;
   plan.destinationWidth = random.Between(1, random.OneIn(5) ? 700 : 70);
@@ -86,6 +90,17 @@ std::unique_ptr<test::Fence> RandomRow(test::Random& random, int pixels, int byt
   return row;
 }
 
+// Stretches that are shown or hidden as a whole, and others.
+std::unique_ptr<test::Fence> RandomMask(test::Random& random, int pixels) {
+  auto row = RandomRow(random, pixels, 4);
+  for (int x = 0; x < pixels;) {
+    const int end = std::min(pixels, x + random.Between(1, 80)), kind = random.Between(0, 2);
+    for (; x < end; ++x)
+      if (kind > 0) row->Data()[4 * x + 2] = kind == 1 ? 0 : 255;
+  }
+  return row;
+}
+
 ::testing::AssertionResult SameRow(const std::uint8_t* expected, const std::uint8_t* got, int width) {
   for (int i = 0; i < width * 4; ++i)
     if (expected[i] != got[i])
@@ -96,16 +111,18 @@ std::unique_ptr<test::Fence> RandomRow(test::Random& random, int pixels, int byt
 
 TEST_P(DrawLevel, GivesWhatTheFormulaGives) {
   test::Random random(3);
-  int quick = 0;
+  int quick = 0, tabled = 0;
   for (int round = 0; round < 1500; ++round) {
     const DrawPlan plan = RandomPlan(random);
     quick += plan.quick ? 1 : 0;
+    tabled += plan.tabled ? 1 : 0;
     const auto to = RandomRow(random, plan.destinationWidth, 4);
     const auto upper = RandomRow(random, plan.sourceWidth, BytesPerPixel(plan.source));
     const auto lower = RandomRow(random, plan.sourceWidth, BytesPerPixel(plan.source));
-    const auto upperMask = RandomRow(random, plan.maskWidth, 4),
-               lowerMask = RandomRow(random, plan.maskWidth, 4);
-    DrawRows rows = {to->Data(), upper->Data(), lower->Data(), upperMask->Data(), lowerMask->Data()};
+    const auto upperMask = RandomMask(random, plan.maskWidth),
+               lowerMask = random.OneIn(2) ? RandomMask(random, plan.maskWidth) : nullptr;
+    DrawRows rows = {to->Data(), upper->Data(), lower->Data(), upperMask->Data(),
+                     (lowerMask ? lowerMask : upperMask)->Data()};
     if (random.OneIn(6)) rows.upper = nullptr;
     if (random.OneIn(6)) rows.lower = nullptr;
     if (!plan.masked || random.OneIn(8)) rows.upperMask = nullptr;
@@ -122,6 +139,7 @@ TEST_P(DrawLevel, GivesWhatTheFormulaGives) {
         << plan.quick;
   }
   EXPECT_GT(quick, 100) << "the quick way was hardly tried";
+  EXPECT_GT(tabled, 100) << "the tables were hardly tried";
 }
 
 // A picture drawn onto itself: what was drawn is read again further right.
@@ -174,6 +192,29 @@ TEST(DrawPlan, FactorsGiveEveryTruncatedProduct) {
       }
   RecordProperty("quick", quick);
   EXPECT_GT(quick, all / 2);
+}
+
+// Whatever hides how much of it.
+TEST(DrawPlan, MaskTablesGiveEveryTruncatedProduct) {
+  test::Random random(7);
+  int without = 0;
+  for (int round = 0; round < 40; ++round) {
+    const double x = RandomShare(random), y = RandomShare(random), alpha = random.Between(1, 10) / 10.0;
+    const double weights[4] = {x * y * alpha, (1 - x) * y * alpha, (1 - x) * (1 - y) * alpha,
+                               x * (1 - y) * alpha};
+    ASSERT_TRUE(FillMaskTables(weights, &tables));
+    for (int i = 0; i < 4; ++i)
+      for (int hidden = 0; hidden < 256; ++hidden) {
+        const std::uint64_t entry = tables.factors[i][hidden];
+        const bool none = entry >> 48 != 0;
+        without += none ? 1 : 0;
+        const double weight = (255 - hidden) * weights[i] / 255;
+        for (int colour = 0; colour < 256 && !none; ++colour)
+          ASSERT_EQ(static_cast<int>(colour * weight), colour * static_cast<int>(entry & 0xFFFF) >> 16)
+              << colour << " * " << weight;
+      }
+  }
+  EXPECT_LT(without, 40 * 4 * 256 / 20);
 }
 
 TEST(DrawLevels, AreFunctionsOfTheirOwn) {
