@@ -126,6 +126,11 @@ class Case {
 
   void AddDestination(test::Random& random) {
     destination_ = Made(random, random.Between(1, 120), random.Between(1, 60), random.Pick(kEdited));
+    // Large enough for what is worth a table only then.
+    if (method_ == 5 && random.OneIn(20)) {
+      source_ = Made(random, random.Between(300, 340), 250, source_->pixelType);
+      destination_ = Made(random, 300, 240, destination_->pixelType);
+    }
     const int narrower = source_->width > 1 ? -1 : 0;
     if (method_ == 5)
       mask_ =
