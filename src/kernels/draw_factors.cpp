@@ -5,34 +5,35 @@
 namespace pixmorph::kernels {
 namespace {
 
-constexpr std::int32_t kMostColour = 255;
+constexpr std::uint32_t kMostColour = 255;
 
-std::int32_t Product(double weight, std::int32_t colour) {
-  return TruncateInRange(static_cast<double>(colour) * weight);
-}
-
-// Neither product ever falls from one colour to the next. So they are equal for all colours if they are where
-// the factor's steps up to each whole number, right before that, and at the end.
-bool Matches(double weight, std::uint32_t factor, std::int32_t bits) {
-  const double coloursAStep = static_cast<double>(1u << bits) / static_cast<double>(factor > 0 ? factor : 1);
-  const std::int32_t steps = factor > 0 ? static_cast<std::int32_t>(kMostColour * factor >> bits) : 0;
-  for (std::int32_t k = 1; k <= steps; ++k) {
-    std::int32_t colour = TruncateInRange(k * coloursAStep);
-    while (static_cast<std::int32_t>(static_cast<std::uint32_t>(colour) * factor >> bits) < k) ++colour;
-    if (Product(weight, colour) != k || Product(weight, colour - 1) != k - 1) return false;
+// `exact` is the weight in the factor's units. Products can only differ where the factor's is as near to a
+// whole number as the factor's distance from the weight makes them differ; there the colour is tried.
+// Fractions and distances are numbers of 32 bits behind the point.
+bool Matches(double weight, double exact, std::uint32_t factor, std::int32_t bits) {
+  const double distance = exact - static_cast<double>(factor);
+  const bool above = distance <= 0;
+  const double step = (above ? -distance : distance) * (1u << (32 - bits));
+  std::uint32_t fraction = 0, slack = 1;
+  for (std::uint32_t colour = 1; colour <= kMostColour; ++colour) {
+    fraction += factor << (32 - bits), slack += static_cast<std::uint32_t>(TruncateInRange(step)) + 1;
+    const bool near = (above ? fraction : ~fraction) < slack;
+    if (near && static_cast<std::int32_t>(colour * factor >> bits) != TruncateInRange(colour * weight))
+      return false;
   }
-  return Product(weight, kMostColour) == steps;
+  return true;
 }
 
 }  // namespace
 
 // One next to the weight.
 bool FindFactor(double weight, std::int32_t shift, std::uint16_t* factor) {
-  const std::int32_t below = TruncateToInt32(weight * (65536 << shift));
+  const double exact = weight * (65536 << shift);
+  const std::int32_t below = TruncateToInt32(exact);
   for (std::int32_t candidate = below + 1; candidate >= below - 1; --candidate) {
     if (candidate < 0 || candidate > 65535) continue;
     *factor = static_cast<std::uint16_t>(candidate);
-    if (Matches(weight, *factor, 16 + shift)) return true;
+    if (Matches(weight, exact, *factor, 16 + shift)) return true;
   }
   return false;
 }

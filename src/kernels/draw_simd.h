@@ -1,6 +1,7 @@
 #ifndef PIXMORPH_KERNELS_DRAW_SIMD_H_
 #define PIXMORPH_KERNELS_DRAW_SIMD_H_
 
+#include "kernels/draw_edges.h"
 #include "kernels/draw_masked.h"
 #include "kernels/pack_kernel.h"
 
@@ -30,18 +31,42 @@ struct QuickProducts {
 };
 
 template <class V, bool kShifted>
+PIXMORPH_INLINE void MixBlock(const QuickProducts<V, kShifted>& products, const DrawSpan& span, V top,
+                              std::uint8_t* to) {
+  V lo = V::Zero(), hi = V::Zero();
+  products.Add(kUpperLeft, V::Load(span.upper), &lo, &hi);
+  products.Add(kUpperRight, V::Load(span.upper + 4), &lo, &hi);
+  products.Add(kLowerRight, V::Load(span.lower + 4), &lo, &hi);
+  products.Add(kLowerLeft, V::Load(span.lower), &lo, &hi);
+  products.Add(kDrawNeighbours, V::Load(span.to), &lo, &hi);
+  V::WithTops(V::Pack16(lo, hi), top).Store(to);
+}
+
+// Out of the way of the loop over whole blocks, which needs all registers.
+template <class V, bool kShifted>
+__attribute__((noinline)) void MixBlockAside(const DrawPlan& plan, const DrawSpan& span, std::uint8_t* to) {
+  MixBlock<V>(QuickProducts<V, kShifted>(plan), span, V::Set32(TopByteMask(plan.destination)), to);
+}
+
+template <class V, bool kShifted>
 PIXMORPH_INLINE void DrawQuick(const DrawPlan& plan, const DrawSpan& whole, std::int32_t count) {
+  if (count < V::kPixels)
+    return ForEachBlock<V::kPixels>(
+        whole, count, [&plan](const DrawSpan& span) { MixBlockAside<V, kShifted>(plan, span, span.to); });
   const V top = V::Set32(TopByteMask(plan.destination));
   const QuickProducts<V, kShifted> products(plan);
-  ForEachBlock<V::kPixels>(whole, count, [&](const DrawSpan& span) {
-    V lo = V::Zero(), hi = V::Zero();
-    products.Add(kUpperLeft, V::Load(span.upper), &lo, &hi);
-    products.Add(kUpperRight, V::Load(span.upper + 4), &lo, &hi);
-    products.Add(kLowerRight, V::Load(span.lower + 4), &lo, &hi);
-    products.Add(kLowerLeft, V::Load(span.lower), &lo, &hi);
-    products.Add(kDrawNeighbours, V::Load(span.to), &lo, &hi);
-    V::WithTops(V::Pack16(lo, hi), top).Store(span.to);
-  });
+  std::int32_t x = 0;
+  for (; x + 2 * V::kPixels <= count; x += V::kPixels) {
+    const DrawSpan span = whole.From(x);
+    MixBlock(products, span, top, span.to);
+  }
+  // The last block may overlap the one before: it is made while what was there still is.
+  const DrawSpan end = whole.From(count - V::kPixels);
+  std::uint8_t last[V::kBytes];
+  MixBlockAside<V, kShifted>(plan, end, last);
+  const DrawSpan span = whole.From(x);
+  MixBlock(products, span, top, span.to);
+  memcpy(end.to, last, sizeof last);
 }
 
 template <class V>
@@ -204,8 +229,9 @@ PIXMORPH_INLINE void DrawRow(const DrawPlan& plan, const PackKernels& pack, cons
   // source.
   const std::int32_t begin = inside(left), innerBegin = inside(left + 1), innerEnd = inside(right);
   const std::int32_t end = inside(right + 1);
+  const auto drawEdge = BytesPerPixel(plan.source) == 4 ? DrawEdge : ref::DrawColumns;
   RewriteTops<V>(rows.destination, begin, top);
-  ref::DrawColumns(plan, rows, begin, innerBegin);
+  drawEdge(plan, rows, begin, innerBegin);
   if (innerBegin < innerEnd) {
     const std::int32_t first = static_cast<std::int32_t>(innerBegin - left) - 1;
     const auto at = [first](const std::uint8_t* row, std::int32_t bytes) {
@@ -220,7 +246,7 @@ PIXMORPH_INLINE void DrawRow(const DrawPlan& plan, const PackKernels& pack, cons
     else
       DrawSpanOf<V, D>(plan, span, innerEnd - innerBegin);
   }
-  ref::DrawColumns(plan, rows, innerEnd > innerBegin ? innerEnd : innerBegin, end);
+  drawEdge(plan, rows, innerEnd > innerBegin ? innerEnd : innerBegin, end);
   RewriteTops<V>(rows.destination + end * 4, plan.destinationWidth - end, top);
 }
 

@@ -63,14 +63,9 @@ void MakeByChannels(const Job& job) {
 
 // Whole rows at a time. There are as many yields as by channels, with the work spread evenly between them.
 void MakeByRows(const Job& job, SmoothRows* rows) {
-  const std::int64_t yields = std::int64_t{job.reader.pixelSize} * job.newHeight;
-  int y = 0;
-  for (std::int64_t i = 0; i < yields; ++i) {
-    if (i % job.reader.pixelSize == 0) {
-      rows->MakeRow(job.writer.GetRow(y), y);
-      ++y;
-    }
-    yield.YieldPoint();
+  for (int y = 0; y < job.newHeight; ++y) {
+    rows->MakeRow(job.writer.GetRow(y), y);
+    for (int i = 0; i < job.reader.pixelSize; ++i) yield.YieldPoint();
   }
 }
 

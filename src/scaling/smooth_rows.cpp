@@ -44,8 +44,9 @@ bool SmoothRows::PlanMemory() {
   const std::int64_t wide[2] = {slab_.Plan<float>(wideFloats), slab_.Plan<float>(wideFloats)};
   const std::int64_t row = slab_.Plan<std::uint32_t>(packs ? columns_.count : 0);
   if (!slab_.Allocate()) return false;
-  FillColumns(slab_.At<std::int32_t>(index), slab_.At<float>(weight0), slab_.At<float>(weight1),
-              slab_.At<std::int32_t>(exactMask));
+  if (!doubles_)
+    FillColumns(slab_.At<std::int32_t>(index), slab_.At<float>(weight0), slab_.At<float>(weight1),
+                slab_.At<std::int32_t>(exactMask));
   for (int i = 0; i < 2; ++i) {
     lines_[i] = slab_.At<float>(lines[i]);
     wide_[i] = slab_.At<float>(wide[i]);

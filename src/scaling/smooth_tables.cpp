@@ -38,8 +38,12 @@ void FillIndex(std::int32_t* index, std::int32_t count, std::int32_t source, std
 
 void FillWeights(kernels::SmoothWeights* weights, std::int32_t source, std::int32_t target) {
   Stepper position(source, target);
-  for (std::int32_t i = 0; i < target; ++i, position.Next())
-    weights[i] = kernels::SmoothWeightsAt(static_cast<double>(position.At().rest) / target);
+  std::int32_t period = target;
+  for (std::int32_t i = 0; i < target; ++i, position.Next()) {
+    if (i > 0 && i < period && position.At().rest == 0) period = i;
+    weights[i] = i < period ? kernels::SmoothWeightsAt(static_cast<double>(position.At().rest) / target)
+                            : weights[i - period];
+  }
 }
 
 }  // namespace
