@@ -20,8 +20,9 @@ struct Fit {
 Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit, std::int32_t largest) {
   Fit fit;
   double above = 0.0, below = 0.0, total = 0.0;
+  const double scale = unit / static_cast<double>(block.sum);
   for (std::int32_t t = 0; t < block.count; ++t) {
-    const double x = ScaledWeight(axis, block, t, unit);
+    const double x = static_cast<double>(axis.weights[block.offset + t]) * scale;
     // One more than the largest is met by the largest: a weight of 1 may take as many bits as one below it.
     if (!(x < largest + 1.5 && x > -largest - 1.5)) return {false, 0.0, 0.0};
     const std::int32_t w = LimitedInteger(x, largest);
@@ -55,7 +56,7 @@ std::int32_t LimitedInteger(double x, std::int32_t largest) {
 std::int32_t NearestInteger(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
 
 double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit) {
-  return static_cast<double>(axis.weights[block.offset + tap]) / static_cast<double>(block.sum) * unit;
+  return static_cast<double>(axis.weights[block.offset + tap]) * (unit / static_cast<double>(block.sum));
 }
 
 bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t least, std::int32_t largest,

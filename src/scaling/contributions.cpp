@@ -47,16 +47,58 @@ class FilterMemory {
   Slot slots_[1 << kMostSlotBits];
 };
 
-// The taps of the list whose centre is `centre`, into its `capacity` entries.
-void FillList(FilterMemory& filter, const ResampleAxis& axis, double radius, double centre,
-              std::int64_t capacity, ContributionList& list) {
-  // 32 bits hold every column, and what lies beyond them is beyond the row too.
-  std::int32_t first = TruncateToInt32(centre - radius);
-  std::int32_t last = TruncateToInt32(centre + radius);
-  if (first < 0) first = 0;
-  if (last > axis.sourceLength - 1) last = axis.sourceLength - 1;
+// Where a list looks for taps.
+struct Window {
+  double centre = 0.0;
+  std::int32_t first = 0, last = 0;
+
+  Window() = default;
+  Window(const ResampleAxis& axis, double radius, std::int32_t i) : centre((i + 0.5) / axis.scale) {
+    // 32 bits hold every column, and what lies beyond them is beyond the row too.
+    first = TruncateToInt32(centre - radius);
+    last = TruncateToInt32(centre + radius);
+    if (first < 0) first = 0;
+    if (last > axis.sourceLength - 1) last = axis.sourceLength - 1;
+  }
+
+  // By how much the other window's samples, which lie at the same distances from its centre, must be moved to
+  // be this one's. Below 0 when they don't. Taking a whole number from a centre that isn't smaller is exact.
+  std::int32_t ShiftFrom(const Window& other) const {
+    const std::int32_t shift = first - other.first;
+    return last - other.last == shift && centre - shift == other.centre ? shift : -1;
+  }
+};
+
+// Remembers lists by the fraction of their centres: they repeat with the ratio's period, too.
+class ListMemory {
+ public:
+  ListMemory() { memset(lists_, 0xFF, sizeof lists_); }
+
+  // A list remembered for a window with that fraction, or -1; from now on it is list i with `window`.
+  std::int32_t Exchange(std::int32_t i, const Window& window, Window* other) {
+    const double fraction = window.centre - TruncateToInt32(window.centre);
+    std::uint64_t bits;
+    memcpy(&bits, &fraction, sizeof bits);
+    const auto folded = static_cast<std::uint32_t>(bits) ^ static_cast<std::uint32_t>(bits >> 32);
+    const std::uint32_t slot = (folded * 0x9E3779B1u) >> (32 - kSlotBits);
+    const std::int32_t known = lists_[slot];
+    if (known >= 0) *other = windows_[slot];
+    lists_[slot] = i, windows_[slot] = window;
+    return known;
+  }
+
+ private:
+  static constexpr int kSlotBits = 7;
+  std::int32_t lists_[1 << kSlotBits];
+  Window windows_[1 << kSlotBits];
+};
+
+// The taps of the list with that window, into its `capacity` entries.
+void FillList(FilterMemory& filter, const ResampleAxis& axis, const Window& window, std::int64_t capacity,
+              ContributionList& list) {
+  const double centre = window.centre;
   double sum = 0.0;
-  for (std::int32_t j = first; j <= last; ++j) {
+  for (std::int32_t j = window.first; j <= window.last; ++j) {
     const double distance = centre - j - 0.5;
     const double x = axis.scale < 1.0 ? distance * axis.scale : distance;
     const double weight = filter.Weight(x < 0.0 ? -x : x);
@@ -67,6 +109,13 @@ void FillList(FilterMemory& filter, const ResampleAxis& axis, double radius, dou
     sum += weight;
   }
   list.weightSum = static_cast<float>(sum);
+}
+
+// The same list `shift` samples further on.
+void MoveList(const ContributionList& from, std::int32_t shift, ContributionList& list) {
+  for (std::int32_t t = 0; t < from.count; ++t)
+    list.entries[t] = {from.entries[t].weight, from.entries[t].pixel + shift};
+  list.count = from.count, list.weightSum = from.weightSum;
 }
 
 }  // namespace
@@ -86,13 +135,22 @@ bool ContributionTable::Allocate(std::int32_t count) {
 
 void ContributionTable::Build(const Filter& filter, const ResampleAxis& axis) {
   FilterMemory memory(filter, axis.count);
+  ListMemory known;
   const double radius = axis.Radius(filter);
   const std::int64_t capacity = axis.Capacity(filter);
   const std::int64_t bytes = ByteSize(capacity).Times(sizeof(Contribution)).Bytes();
   for (std::int32_t i = 0; i < axis.count; ++i) {
     ContributionList& list = lists_[i];
     list = {static_cast<Contribution*>(AllocateClearMemory(bytes)), 0, 0.0f};
-    if (list.entries) FillList(memory, axis, radius, (i + 0.5) / axis.scale, capacity, list);
+    if (!list.entries) continue;
+    const Window window(axis, radius, i);
+    Window other;
+    const std::int32_t like = known.Exchange(i, window, &other);
+    const std::int32_t shift = like < 0 ? -1 : window.ShiftFrom(other);
+    if (shift >= 0 && lists_[like].entries)
+      MoveList(lists_[like], shift, list);
+    else
+      FillList(memory, axis, window, capacity, list);
   }
 }
 
