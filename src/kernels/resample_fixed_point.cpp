@@ -80,6 +80,13 @@ bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t l
   return false;
 }
 
+bool RoundErrorUp(FixedPoint& fixed) {
+  std::int32_t power = 1;
+  while (power < fixed.error) power *= 2;
+  fixed.error = power;
+  return 4.0 * fixed.error < fixed.unit;
+}
+
 std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed) {
   const double middle = FitOf(axis, block, fixed.unit, fixed.largest).middle;
   return (1 << (fixed.fractionBits - 1)) + NearestInteger(middle) +

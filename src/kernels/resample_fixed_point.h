@@ -33,6 +33,10 @@ double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int3
 bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t least, std::int32_t largest,
                       FixedPoint& chosen);
 
+// Makes the error a power of two, so that a fraction below 2 errors can be told by its bits. False when it
+// could reach a quarter then. Before biases are asked for, which depend on it.
+bool RoundErrorUp(FixedPoint& fixed);
+
 // Where sums over a block of nearest integers start, in units. Ties that a rule decides are kept clear of the
 // fractions below 2 errors where that brings nothing else there. [pure]
 std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed);

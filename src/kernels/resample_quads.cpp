@@ -27,14 +27,13 @@ class Packer {
 
   bool Pack() {
     if (!ChooseFixedPoint(axis_, kMostFractionBits, kLeastFractionBits, kLargestWeight, fixed_)) return false;
+    if (!RoundErrorUp(fixed_)) return false;
     ChooseBiases();
     sourceQuads_ = (axis_.sourceLength + 3) / 4;
     for (std::int32_t i = 0; i < axis_.count; ++i) widest_ = Max(widest_, QuadsOf(axis_.lists[i]));
     for (std::int32_t i = 0; i < axis_.count; ++i) Place(i);
     for (std::int32_t i = axis_.count; i % 4; ++i) lists_[i] = lists_[i - 1];
-    std::int32_t threshold = 1;
-    while (threshold < 2 * fixed_.error) threshold *= 2;
-    const std::int32_t doubtMask = ((1 << fixed_.fractionBits) - 1) & -threshold;
+    const std::int32_t doubtMask = ((1 << fixed_.fractionBits) - 1) & -2 * fixed_.error;
     packed_ = {axis_, lists_, digits_, fixed_.fractionBits, doubtMask, widest_};
     return true;
   }

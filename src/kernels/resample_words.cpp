@@ -59,12 +59,14 @@ struct Grade {
 
   bool ChooseNarrow(const AxisWeights& of) {
     axis = of;
-    return ChooseFixedPoint(axis, kMostNarrowBits, kLeastNarrowBits, kLargestWord, fixed) && ChooseLowBits();
+    return ChooseFixedPoint(axis, kMostNarrowBits, kLeastNarrowBits, kLargestWord, fixed) && FitThreshold() &&
+           ChooseLowBits();
   }
 
   bool ChooseWide(const AxisWeights& of) {
     axis = of, lowBits = kWideLowBits, near = 0;
-    return ChooseFixedPoint(axis, kMostWideBits, kLeastWideBits, kLargestWord << kWideLowBits, fixed);
+    return ChooseFixedPoint(axis, kMostWideBits, kLeastWideBits, kLargestWord << kWideLowBits, fixed) &&
+           FitThreshold();
   }
 
   bool Has(const AxisWeights& whole, std::int32_t block) const {
@@ -76,10 +78,8 @@ struct Grade {
     const std::int32_t fraction = (1 << fixed.fractionBits) - 1, threshold = 2 * fixed.error;
     WordGrade grade = {fixed.fractionBits, lowBits, threshold, near, fraction, threshold};
     if (threshold <= kLargestWord) return grade;
-    // Its next power of two: such fractions have no higher bit.
-    std::int32_t power = kLargestWord + 1;
-    while (power < threshold) power *= 2;
-    grade.doubtMask = fraction & -power;
+    // A power of two by `FitThreshold`: such fractions have no higher bit.
+    grade.doubtMask = fraction & -threshold;
     grade.doubtBelow = 1;
     return grade;
   }
@@ -97,6 +97,9 @@ struct Grade {
   }
 
  private:
+  // A threshold of more than 16 bits is told by its bits alone.
+  bool FitThreshold() { return 2 * fixed.error <= kLargestWord || RoundErrorUp(fixed); }
+
   // What rounding leaves of a weight is at most half a unit, or one and a half where it is cut, and a bias
   // differs from the rounding half by less than 5 errors.
   bool ChooseLowBits() {
