@@ -3,8 +3,8 @@
 
 #include "support/numeric.h"
 
-// 32-bit code has eight vector registers. Compilers, given more values than that, often move the wrong ones to
-// memory, even the sums of an inner loop; here they are told.
+// 32-bit code has eight vector registers. Compilers, given more values than that, often move the wrong ones
+// to memory, even the sums of an inner loop; here they are told.
 namespace pixmorph::kernels {
 
 namespace {

@@ -4,6 +4,7 @@
 #include "kernels/registers.h"
 #include "kernels/resample_second_look.h"
 #include "kernels/resample_wide_sums.h"
+#include "kernels/resample_word_rounding.h"
 
 // The pass along the columns in products of 16-bit numbers.
 namespace pixmorph::kernels {
@@ -20,7 +21,7 @@ class WordColumns {
     const WordAxis& axis = plan.columnWords;
     const WordList& list = axis.lists[r];
     const Row row = {plan, list, r, slots + list.pair % kPlanes * PlaneStride(plan), out, top};
-    const typename V::Rounding rounding(axis.grades[list.grade]);
+    const WordRounding<V> rounding(axis.grades[list.grade]);
     const std::int32_t width = plan.rowWords.exact.count;
     const std::ptrdiff_t stride = PlaneStride(plan);
     const std::uint8_t* block = row.planes;

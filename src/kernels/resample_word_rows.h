@@ -4,6 +4,7 @@
 #include "kernels/registers.h"
 #include "kernels/resample_second_look.h"
 #include "kernels/resample_wide_sums.h"
+#include "kernels/resample_word_rounding.h"
 
 // The pass along the rows in products of 16-bit numbers.
 namespace pixmorph::kernels {
@@ -117,7 +118,7 @@ class WordRows {
       const WordList& list = ListAt(axis, i + n);
       SumColumn<kWide>(axis, list, source + kPairBytes * list.pair, sums[n]);
     }
-    const typename V::Rounding rounding(axis.grades[ListAt(axis, i).grade]);
+    const WordRounding<V> rounding(axis.grades[ListAt(axis, i).grade]);
     const std::ptrdiff_t stride = PlaneStride(plan);
     std::uint8_t* out = slot + Slots::FourColumns(i);
     for (int n = 0; n < kRowVectors; ++n) {

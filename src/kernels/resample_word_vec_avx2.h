@@ -15,8 +15,18 @@ struct EightSums {
   static constexpr std::ptrdiff_t kBytes = 32;
   static constexpr double kUnsureAPair = 0.004;  // measured
 
+  using Count = __m128i;
+  PIXMORPH_INLINE_MEMBER static Count ShiftCount(std::int32_t n) { return _mm_cvtsi32_si128(n); }
+
 #define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
   PIXMORPH_OP Set(std::int32_t x) { return _mm256_set1_epi32(x); }
+  PIXMORPH_OP Set16(std::int16_t x) { return _mm256_set1_epi16(x); }
+  PIXMORPH_OP And(Vec a, Vec b) { return _mm256_and_si256(a, b); }
+  PIXMORPH_OP ShiftRight(Vec a, Count n) { return _mm256_sra_epi32(a, n); }
+  PIXMORPH_OP Greater16(Vec a, Vec b) { return _mm256_cmpgt_epi16(a, b); }
+  PIXMORPH_OP PackSigned32(Vec a, Vec b) { return _mm256_packs_epi32(a, b); }
+  PIXMORPH_OP PackSigned16(Vec a, Vec b) { return _mm256_packs_epi16(a, b); }
+  PIXMORPH_OP PackUnsigned16(Vec a, Vec b) { return _mm256_packus_epi16(a, b); }
   PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm256_load_si256(reinterpret_cast<const Vec*>(p)); }
   PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
     return _mm256_add_epi32(sums, _mm256_madd_epi16(pixels, weights));
@@ -36,33 +46,7 @@ struct EightSums {
     Vec bytes;
   };
 
-  struct Rounding {
-    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
-        : down(_mm_cvtsi32_si128(grade.fractionBits)),
-          mask(Set(grade.doubtMask)),
-          below(_mm256_set1_epi16(static_cast<std::int16_t>(grade.doubtBelow))) {}
-    // A byte for each sum: not 0 where its fraction is below the threshold. Packing leaves what is too large
-    // for 16 bits above every threshold.
-    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
-      return _mm256_packs_epi16(_mm256_cmpgt_epi16(below, Doubts(sums[0], sums[1])),
-                                _mm256_cmpgt_epi16(below, Doubts(sums[2], sums[3])));
-    }
-    // The clamped whole parts.
-    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
-      const Vec low = _mm256_packs_epi32(_mm256_sra_epi32(sums[0], down), _mm256_sra_epi32(sums[1], down));
-      const Vec high = _mm256_packs_epi32(_mm256_sra_epi32(sums[2], down), _mm256_sra_epi32(sums[3], down));
-      return _mm256_packus_epi16(low, high);
-    }
-
-   private:
-    PIXMORPH_INLINE_MEMBER Vec Doubts(Vec a, Vec b) const {
-      return _mm256_packs_epi32(_mm256_and_si256(a, mask), _mm256_and_si256(b, mask));
-    }
-    __m128i down;
-    Vec mask, below;
-  };
-
-  // Of what `Rounding::Unsure` gives, a bit for each sum.
+  // Of what `WordRounding::Unsure` gives, a bit for each sum.
   PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
     return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
   }

@@ -17,8 +17,18 @@ struct FourSums {
   static constexpr std::ptrdiff_t kBytes = 16;
   static constexpr double kUnsureAPair = 0.014;  // measured
 
+  using Count = __m128i;
+  PIXMORPH_INLINE_MEMBER static Count ShiftCount(std::int32_t n) { return _mm_cvtsi32_si128(n); }
+
 #define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Vec
   PIXMORPH_OP Set(std::int32_t x) { return _mm_set1_epi32(x); }
+  PIXMORPH_OP Set16(std::int16_t x) { return _mm_set1_epi16(x); }
+  PIXMORPH_OP And(Vec a, Vec b) { return _mm_and_si128(a, b); }
+  PIXMORPH_OP ShiftRight(Vec a, Count n) { return _mm_sra_epi32(a, n); }
+  PIXMORPH_OP Greater16(Vec a, Vec b) { return _mm_cmpgt_epi16(a, b); }
+  PIXMORPH_OP PackSigned32(Vec a, Vec b) { return _mm_packs_epi32(a, b); }
+  PIXMORPH_OP PackSigned16(Vec a, Vec b) { return _mm_packs_epi16(a, b); }
+  PIXMORPH_OP PackUnsigned16(Vec a, Vec b) { return _mm_packus_epi16(a, b); }
   PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm_load_si128(reinterpret_cast<const Vec*>(p)); }
   PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
     return _mm_add_epi32(sums, _mm_madd_epi16(pixels, weights));
@@ -38,32 +48,7 @@ struct FourSums {
     Vec bytes;
   };
 
-  struct Rounding {
-    PIXMORPH_INLINE_MEMBER explicit Rounding(const WordGrade& grade)
-        : down(_mm_cvtsi32_si128(grade.fractionBits)),
-          mask(Set(grade.doubtMask)),
-          below(_mm_set1_epi16(static_cast<std::int16_t>(grade.doubtBelow))) {}
-    // A byte for each sum: not 0 where its fraction is below the threshold. Packing leaves what is too large
-    // for 16 bits above every threshold.
-    PIXMORPH_INLINE_MEMBER Vec Unsure(const Vec (&sums)[4]) const {
-      return _mm_packs_epi16(_mm_cmpgt_epi16(below, Doubts(sums[0], sums[1])),
-                             _mm_cmpgt_epi16(below, Doubts(sums[2], sums[3])));
-    }
-    // The clamped whole parts.
-    PIXMORPH_INLINE_MEMBER Vec Bytes(const Vec (&sums)[4]) const {
-      const Vec low = _mm_packs_epi32(_mm_sra_epi32(sums[0], down), _mm_sra_epi32(sums[1], down));
-      const Vec high = _mm_packs_epi32(_mm_sra_epi32(sums[2], down), _mm_sra_epi32(sums[3], down));
-      return _mm_packus_epi16(low, high);
-    }
-
-   private:
-    PIXMORPH_INLINE_MEMBER Vec Doubts(Vec a, Vec b) const {
-      return _mm_packs_epi32(_mm_and_si128(a, mask), _mm_and_si128(b, mask));
-    }
-    Vec down, mask, below;
-  };
-
-  // Of what `Rounding::Unsure` gives, a bit for each sum.
+  // Of what `WordRounding::Unsure` gives, a bit for each sum.
   PIXMORPH_INLINE_MEMBER static std::uint32_t Bits(Vec bytes) {
     return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
   }

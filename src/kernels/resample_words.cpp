@@ -2,20 +2,12 @@
 
 #include <string.h>
 
-#include "kernels/resample_fixed_point.h"
+#include "kernels/resample_word_grade.h"
 #include "support/numeric.h"
 
 namespace pixmorph::kernels {
 
 namespace {
-
-constexpr std::int32_t kLargestWord = 32767;
-constexpr std::int32_t kMostNarrowBits = 20, kLeastNarrowBits = 10;  // of the fraction
-constexpr std::int32_t kMostWideBits = 22, kLeastWideBits = 18;
-constexpr std::int32_t kMostLowBits = 14;  // a unit and a half, which a cut weight may lack, are below 2^15
-constexpr std::int32_t kLeastLowBits = 8;
-constexpr double kChannelMax = 255.0;
-constexpr double kRoom = 1073741824.0;  // 2^30: for a second sum and everything that is added to it
 
 // A pair of 16-bit numbers, the first in the low half.
 std::int32_t Word(std::int32_t first, std::int32_t second) {
@@ -43,76 +35,6 @@ AxisWeights Inside(const AxisWeights& axis) {
   return inside;
 }
 
-std::int32_t Longest(const AxisWeights& axis) {
-  std::int32_t longest = 0;
-  for (std::int32_t b = 0; b < axis.blockCount; ++b)
-    if (axis.blocks[b].count > longest) longest = axis.blocks[b].count;
-  return longest;
-}
-
-// The blocks of an axis or of its inside, and the integers that suit them all.
-struct Grade {
-  AxisWeights axis{};
-  FixedPoint fixed{};
-  std::int32_t lowBits = kWideLowBits;
-  std::int32_t near = 0;
-
-  bool ChooseNarrow(const AxisWeights& of) {
-    axis = of;
-    return ChooseFixedPoint(axis, kMostNarrowBits, kLeastNarrowBits, kLargestWord, fixed) && FitThreshold() &&
-           ChooseLowBits();
-  }
-
-  bool ChooseWide(const AxisWeights& of) {
-    axis = of, lowBits = kWideLowBits, near = 0;
-    return ChooseFixedPoint(axis, kMostWideBits, kLeastWideBits, kLargestWord << kWideLowBits, fixed) &&
-           FitThreshold();
-  }
-
-  bool Has(const AxisWeights& whole, std::int32_t block) const {
-    const std::int64_t first = axis.blocks - whole.blocks;
-    return block >= first && block < first + axis.blockCount;
-  }
-
-  WordGrade Word() const {
-    const std::int32_t fraction = (1 << fixed.fractionBits) - 1, threshold = 2 * fixed.error;
-    WordGrade grade = {fixed.fractionBits, lowBits, threshold, near, fraction, threshold};
-    if (threshold <= kLargestWord) return grade;
-    // A power of two by `FitThreshold`: such fractions have no higher bit.
-    grade.doubtMask = fraction & -threshold;
-    grade.doubtBelow = 1;
-    return grade;
-  }
-
-  // From the fraction of a first sum to the side of the whole number on which the truth lies; ties that a
-  // rule decides are taken to their side.
-  std::int32_t SecondBias(const WeightBlock& block, std::int32_t bias) const {
-    const double fine = fixed.unit * (1 << lowBits);
-    const TieRule ties = TiesOf(axis, block);
-    double aside = ties.step * fine / 2.0;
-    if (aside > kRoom / 2.0) aside = kRoom / 2.0;
-    if (aside - ties.spread * fine <= near + 1.0) aside = 0.0;
-    const std::int32_t back = (1 << (fixed.fractionBits - 1)) - bias;
-    return back * (1 << lowBits) + NearestInteger(ties.up ? aside : -aside);
-  }
-
- private:
-  // A threshold of more than 16 bits is told by its bits alone.
-  bool FitThreshold() { return 2 * fixed.error <= kLargestWord || RoundErrorUp(fixed); }
-
-  // What rounding leaves of a weight is at most half a unit, or one and a half where it is cut, and a bias
-  // differs from the rounding half by less than 5 errors.
-  bool ChooseLowBits() {
-    const std::int32_t longest = Longest(axis);
-    const double most = 8.0 * fixed.error + kChannelMax * longest * 1.5;
-    for (lowBits = kMostLowBits; lowBits >= kLeastLowBits; --lowBits)
-      if (most * (1 << lowBits) < kRoom) break;
-    // Half a step of the second sum for each tap, and what `ScaledWeight` and the plain doubles may be off.
-    near = TruncateToInt32(kChannelMax * longest) + 2;
-    return lowBits >= kLeastLowBits;
-  }
-};
-
 // Packs the blocks of one axis; holds what does not change while it works.
 class Packer {
  public:
@@ -125,7 +47,7 @@ class Packer {
   }
 
   bool Pack(double unsureAPair) {
-    wide_ = !PackNarrow(unsureAPair * ((Longest(axis_) + 1) / 2));
+    wide_ = !PackNarrow(unsureAPair * ((LongestBlock(axis_) + 1) / 2));
     if (wide_) {
       if (!grades_[0].ChooseWide(axis_)) return false;
       grades_[1] = grades_[0];
@@ -199,7 +121,7 @@ class Packer {
     known = i;
     const bool own = byList_ && !wide_;
     if (own && !ChooseOwn(list.block)) return false;
-    const Grade& chosen = grades_[grade];
+    const BlockGrade& chosen = grades_[grade];
     const std::int32_t bias = BiasOf(chosen.axis, block, chosen.fixed);
     lists_[i] = {list.first / 2,          pairs, used_, bias, wide_ ? 0 : chosen.SecondBias(block, bias),
                  own ? list.block : grade};
@@ -210,7 +132,7 @@ class Packer {
   }
 
   // The taps `tap` and `tap + 1`, of which either may not be one of the block's.
-  void WritePair(const Grade& grade, const WeightBlock& block, std::int32_t tap, std::int32_t* word,
+  void WritePair(const BlockGrade& grade, const WeightBlock& block, std::int32_t tap, std::int32_t* word,
                  std::int32_t pairs) const {
     std::int32_t high[2] = {0, 0}, low[2] = {0, 0};
     for (std::int32_t n = 0; n < 2; ++n) {
@@ -242,8 +164,8 @@ class Packer {
   std::int32_t* placed_;  // per block, grade and parity of its first tap: the first list that has it, or -1
   bool wide_ = false;
   std::int32_t used_ = 0;
-  Grade grades_[2];      // of lists of every kind, of those inside; the first also of one list's own
-  double unsure_ = 0.0;  // shares of lists with grades of their own, added up
+  BlockGrade grades_[2];  // of lists of every kind, of those inside; the first also of one list's own
+  double unsure_ = 0.0;   // shares of lists with grades of their own, added up
   std::int32_t chosen_ = 0;
 };
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "kernels/intrinsics.h"
+#include "kernels/vec_lookup.h"
 #include "support/numeric.h"
 
 // 32 bytes with AVX2.
@@ -87,12 +88,8 @@ struct VecAvx2 {
   template <bool kLow>
   PIXMORPH_OP LookUp(const std::uint8_t* bytes, const std::uint64_t (&table)[256]) {
     bytes += kLow ? 0 : 8;
-    const __m128i low = Two(table[bytes[0]], table[bytes[4]]);
-    return {_mm256_inserti128_si256(_mm256_castsi128_si256(low), Two(table[bytes[16]], table[bytes[20]]), 1)};
-  }
-  PIXMORPH_INLINE_MEMBER static __m128i Two(const std::uint64_t& a, const std::uint64_t& b) {
-    const __m128d first = _mm_castsi128_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(&a)));
-    return _mm_castpd_si128(_mm_loadh_pd(first, reinterpret_cast<const double*>(&b)));
+    const __m256i low = _mm256_castsi128_si256(TwoEntries(table, bytes[0], bytes[4]));
+    return {_mm256_inserti128_si256(low, TwoEntries(table, bytes[16], bytes[20]), 1)};
   }
   // All unpacked pixels moved by one place: the first and the last two of each 16 bytes. `before` are the
   // last two of the vector before, of which the very last one moves in.

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "kernels/vec_lookup.h"
 #include "support/numeric.h"
 
 // 16 bytes with SSE2.
@@ -85,18 +86,13 @@ struct VecSse2 {
   // The entries for one byte of each of the same pixels; the first pixel's is at `bytes`.
   template <bool kLow>
   PIXMORPH_OP LookUp(const std::uint8_t* bytes, const std::uint64_t (&table)[256]) {
-    bytes += kLow ? 0 : 8;
-    const auto at = [&table](std::uint8_t byte) { return &table[byte]; };
-    const __m128d first = _mm_castsi128_pd(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(at(bytes[0]))));
-    return {_mm_castpd_si128(_mm_loadh_pd(first, reinterpret_cast<const double*>(at(bytes[4]))))};
+    return {kLow ? TwoEntries(table, bytes[0], bytes[4]) : TwoEntries(table, bytes[8], bytes[12])};
   }
   // All unpacked pixels moved by one place: the first and the last two of each 16 bytes. `before` are the
   // last two of the vector before, of which the very last one moves in.
   PIXMORPH_OP FirstEverywhere64(Self a) { return {_mm_unpacklo_epi64(a.r, a.r)}; }
   PIXMORPH_OP LowBefore64(Self before, Self low, Self) { return HighBefore64(before, low); }
-  PIXMORPH_OP HighBefore64(Self low, Self high) {
-    return {_mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(low.r), _mm_castsi128_pd(high.r), 1))};
-  }
+  PIXMORPH_OP HighBefore64(Self low, Self high) { return {Across64(low.r, high.r)}; }
   PIXMORPH_INLINE_MEMBER static std::uint32_t Signs8(Self a) {
     return static_cast<std::uint32_t>(_mm_movemask_epi8(a.r));
   }
