@@ -64,6 +64,9 @@ struct FusedPlan {
   // slot that it needs.
   void (*alongColumns)(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                        std::uint32_t top);
+  // Before others look at output rows: orders what was written past the caches before what is stored later. Null
+  // where nothing is.
+  void (*finishRows)();
   std::int32_t batchRows;
   std::int64_t slotBytes;     // a multiple of 64
   std::int64_t scratchBytes;  // a multiple of 64

@@ -75,6 +75,7 @@ class PairPasses {
     plan.pairGroups = table;
     plan.alongRows = AlongRows;
     plan.alongColumns = AlongColumns;
+    plan.finishRows = W::EndStreaming;
     plan.batchRows = 1;
     plan.slotBytes = 4 * (std::int64_t{groups} + 1) * kPixels;
     plan.slotBytes = (plan.slotBytes + 63) / 64 * 64;
@@ -203,8 +204,6 @@ class PairPasses {
     if (plan.pairStreams && past % 4 == 0 && width >= 2 * kPixels) {
       if (past != 0) StoreSome(out, at(0), x = kPixels - static_cast<std::int32_t>(past / 4));
       for (; x + kPixels <= width; x += kPixels) W::Stream(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));
-      // What follows may be a yield, after which others look at the row.
-      W::EndStreaming();
     } else {
       for (; x + kPixels <= width; x += kPixels)
         W::StoreBytes(out + 4 * static_cast<std::ptrdiff_t>(x), at(x));

@@ -42,8 +42,11 @@ class FusedResample {
   // The weights kept for the rows' pass.
   const kernels::AxisWeights& RowWeights() const { return rowWeights_; }
 
-  // Writes row r of the result, reading rows of `reader`.
+  // Writes row r of the result, reading rows of `reader`. Others may look at it only after `FinishRows`.
   void WriteRow(PictureReader& reader, std::int32_t r, std::uint8_t* out, kernels::PixelLayout layout);
+  void FinishRows() const {
+    if (plan_.finishRows) plan_.finishRows();
+  }
 
  private:
   std::int32_t Batch(std::int64_t row) const { return static_cast<std::int32_t>(row / plan_.batchRows); }

@@ -79,8 +79,10 @@ class Resampling {
     if (!writer_.NewPictureWriter(reader_, width_, height_)) return nullptr;
     for (std::int32_t r = 0; r < height_; ++r) {
       WriteRow(r);
+      if (yield_.interval != 0) fusedPasses_.FinishRows();
       yield_.YieldPoint();
     }
+    fusedPasses_.FinishRows();
     yield_.YieldPoint();
     PictureRef result = PictureRef::Adopt(writer_.RenderPictureWriter());
     yield_.YieldPoint();
