@@ -48,17 +48,6 @@ std::int32_t ErrorsAbove(const AxisWeights& axis, const WeightBlock& block, cons
 
 }  // namespace
 
-std::int32_t LimitedInteger(double x, std::int32_t largest) {
-  const std::int32_t w = NearestInteger(x);
-  return w > largest ? largest : w < -largest ? -largest : w;
-}
-
-std::int32_t NearestInteger(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
-
-double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit) {
-  return static_cast<double>(axis.weights[block.offset + tap]) * (unit / static_cast<double>(block.sum));
-}
-
 bool ChooseFixedPoint(const AxisWeights& axis, std::int32_t most, std::int32_t least, std::int32_t largest,
                       FixedPoint& chosen) {
   for (std::int32_t bits = most; bits >= least; --bits) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "kernels/resample_weights.h"
+#include "support/numeric.h"
 
 // Integers in the place of an axis's weights, with a proven bound of the error. A sum of integers times
 // samples, started from a block's bias, lies above the exact channel value plus 1/2 (in units of
@@ -19,13 +20,19 @@ struct FixedPoint {
 };
 
 // To the nearest integer; |x| < 2^31 - 1. [pure]
-std::int32_t NearestInteger(double x);
+PIXMORPH_INLINE std::int32_t NearestInteger(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
 
 // The nearest integer of a weight in units, of those up to `largest`. [pure]
-std::int32_t LimitedInteger(double x, std::int32_t largest);
+PIXMORPH_INLINE std::int32_t LimitedInteger(double x, std::int32_t largest) {
+  const std::int32_t w = NearestInteger(x);
+  return w > largest ? largest : w < -largest ? -largest : w;
+}
 
 // The exact weight of a tap in units. [pure]
-double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap, double unit);
+PIXMORPH_INLINE double ScaledWeight(const AxisWeights& axis, const WeightBlock& block, std::int32_t tap,
+                                    double unit) {
+  return static_cast<double>(axis.weights[block.offset + tap]) * (unit / static_cast<double>(block.sum));
+}
 
 // The finest unit between 2^most and 2^least with which no integer exceeds `largest`, by more than 1 that
 // is cut off, and no sum overflows 31 bits. False when there is none, or when the error could reach a
