@@ -13,10 +13,11 @@ constexpr std::uint32_t kMostColour = 255;
 bool Matches(double weight, double exact, std::uint32_t factor, std::int32_t bits) {
   const double distance = exact - static_cast<double>(factor);
   const bool above = distance <= 0;
-  const double step = (above ? -distance : distance) * (1u << (32 - bits));
+  const double apart = (above ? -distance : distance) * (1u << (32 - bits));
+  const std::uint32_t step = static_cast<std::uint32_t>(TruncateInRange(apart)) + 1;
   std::uint32_t fraction = 0, slack = 1;
   for (std::uint32_t colour = 1; colour <= kMostColour; ++colour) {
-    fraction += factor << (32 - bits), slack += static_cast<std::uint32_t>(TruncateInRange(step)) + 1;
+    fraction += factor << (32 - bits), slack += step;
     const bool near = (above ? fraction : ~fraction) < slack;
     if (near && static_cast<std::int32_t>(colour * factor >> bits) != TruncateInRange(colour * weight))
       return false;

@@ -10,6 +10,13 @@ namespace pixmorph::kernels {
 // are whole numbers but for the weight's own rounding may need it on one side and on the other. [pure]
 bool FindFactor(double weight, std::int32_t shift, std::uint16_t* factor);
 
+// The first of weights 0 .. i that equals weight i: factors are looked for once only. [pure]
+inline int FirstEqual(const double* weights, int i) {
+  int first = 0;
+  while (weights[first] != weights[i]) ++first;
+  return first;
+}
+
 }  // namespace pixmorph::kernels
 
 #endif  // PIXMORPH_KERNELS_DRAW_FACTORS_H_

@@ -10,8 +10,11 @@ namespace {
 constexpr std::uint64_t kNoFactor = 0xFFFF000000000000;
 constexpr std::uint64_t kThreeTimes = 0x0000000100010001;
 
-// In 2^-36, down.
-std::uint32_t PerUnit(double weight) { return static_cast<std::uint32_t>(weight * (68719476736.0 / 255)); }
+// Rounded down.
+std::uint32_t PerUnit(double weight) {
+  constexpr double kUnits = static_cast<double>(std::int64_t{1} << MaskTables::kUnitBits);
+  return static_cast<std::uint32_t>(weight * (kUnits / 255));
+}
 
 // The left neighbour's in the low half.
 std::uint32_t Pair(std::uint32_t left, std::uint32_t right) { return right << 16 | left; }
@@ -26,7 +29,7 @@ bool FillMaskTables(const double (&weights)[kDrawNeighbours], MaskTables* tables
   }
   if (rest < -1e-12) return false;
   // Two units for what rounding may take from the doubles' rest.
-  tables->rest = TruncateInRange(rest * 536870912.0) - 2;
+  tables->rest = TruncateInRange(rest * (1 << MaskTables::kRestBits)) - 2;
   constexpr DrawNeighbour kRows[2][2] = {{kUpperLeft, kUpperRight}, {kLowerLeft, kLowerRight}};
   constexpr std::uint32_t kLowMask = (1u << MaskTables::kLowBits) - 1;
   for (int row = 0; row < 2; ++row) {
@@ -35,8 +38,7 @@ bool FillMaskTables(const double (&weights)[kDrawNeighbours], MaskTables* tables
     tables->low[row] = Pair(left & kLowMask, right & kLowMask);
   }
   for (int i = 0; i < kDrawNeighbours; ++i) {
-    int same = 0;
-    while (weights[same] != weights[i]) ++same;
+    const int same = FirstEqual(weights, i);
     if (same < i) {
       memcpy(tables->factors[i], tables->factors[same], sizeof tables->factors[i]);
       continue;

@@ -10,10 +10,11 @@ struct MaskTables {
   // As four 16-bit numbers: three times the factor of the weight that is left, and 0; or where it has no
   // factor three times 0, and 65535.
   std::uint64_t factors[kDrawNeighbours][256];
-  // The destination's share where nothing is hidden, in 2^-29; and by how much more it is for each unit that
-  // hides a neighbour, in 2^-36. Too small, by less than 2^-16 / 500 for any mask. Of the upper and of the
-  // lower row, the left neighbour's in the low half: all but the last 15 bits, and these.
-  static constexpr std::int32_t kLowBits = 15;
+  // The destination's share where nothing is hidden, in 2^-kRestBits; and by how much more it is for each
+  // unit that hides a neighbour, in 2^-kUnitBits. Too small, by less than 2^-16 / 500 for any mask. Of the
+  // upper and of the lower row, the left neighbour's in the low half: all but the last kLowBits bits, and
+  // these.
+  static constexpr std::int32_t kRestBits = 29, kUnitBits = 36, kLowBits = 15;
   std::int32_t rest;
   std::uint32_t high[2], low[2];
 };

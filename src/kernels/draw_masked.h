@@ -65,8 +65,10 @@ class MaskedRest {
     const V upper = Hidden(upperMask), lower = Hidden(lowerMask);
     const V high = V::AddPairs16(V::AddPairs16(V::Zero(), upper, high_[0]), lower, high_[1]);
     const V low = V::AddPairs16(V::AddPairs16(V::Zero(), upper, low_[0]), lower, low_[1]);
-    const V more = V::Add32(V::ShiftLeft32(high, MaskTables::kLowBits - 7), V::ShiftRight32(low, 7));
-    const V factors = V::ShiftRight32(V::NotNegative32(V::Add32(rest_, more)), 13);
+    constexpr int kFiner = MaskTables::kUnitBits - MaskTables::kRestBits;
+    const V more =
+        V::Add32(V::ShiftLeft32(high, MaskTables::kLowBits - kFiner), V::ShiftRight32(low, kFiner));
+    const V factors = V::ShiftRight32(V::NotNegative32(V::Add32(rest_, more)), MaskTables::kRestBits - 16);
     return V::Or(factors, V::ShiftLeft32(factors, 16));
   }
 
@@ -74,7 +76,8 @@ class MaskedRest {
   V high_[2], low_[2];
 };
 
-// The first block of a span without the left neighbours' part.
+// What the block of source columns `at` bytes behind the span's first gives to the destination columns that
+// have it on their right.
 template <class V>
 PIXMORPH_INLINE MaskedSums<V> RightSums(const MaskTables& tables, const DrawSpan& span, std::ptrdiff_t at) {
   MaskedSums<V> sums;
@@ -122,6 +125,7 @@ constexpr std::int32_t kCoverPixels = 16;
 // Of as many destination pixels, which have as many left neighbours and one right neighbour more.
 template <class V>
 PIXMORPH_INLINE Cover CoverOf(const DrawSpan& span) {
+  // Most of what is mixed shows at once.
   const std::uint8_t first = span.upperMask[2];
   if (first != 0 && first != 255) return Cover::kMixed;
   V any = V::Zero(), notAll = V::Zero();

@@ -16,10 +16,11 @@ bool IsTame(double weight) {
 bool FindFactors(const double (&weights)[kDrawNeighbours + 1], bool shifted, DrawPlan* plan) {
   for (int i = 0; i <= kDrawNeighbours; ++i) {
     if (!(weights[i] >= 0 && weights[i] < 1)) return false;
-    int same = 0;
-    while (weights[same] != weights[i]) ++same;
-    plan->shifts[i] = plan->shifts[same], plan->factors[i] = plan->factors[same];
-    if (same < i) continue;
+    const int same = FirstEqual(weights, i);
+    if (same < i) {
+      plan->shifts[i] = plan->shifts[same], plan->factors[i] = plan->factors[same];
+      continue;
+    }
     plan->shifts[i] = 0;
     while (shifted && plan->shifts[i] < 14 && weights[i] * (65536 << plan->shifts[i]) < 32767)
       ++plan->shifts[i];

@@ -20,9 +20,8 @@ struct Fit {
 Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit, std::int32_t largest) {
   Fit fit;
   double above = 0.0, below = 0.0, total = 0.0;
-  const double scale = unit / static_cast<double>(block.sum);
   for (std::int32_t t = 0; t < block.count; ++t) {
-    const double x = static_cast<double>(axis.weights[block.offset + t]) * scale;
+    const double x = ScaledWeight(axis, block, t, unit);
     // One more than the largest is met by the largest: a weight of 1 may take as many bits as one below it.
     if (!(x < largest + 1.5 && x > -largest - 1.5)) return {false, 0.0, 0.0};
     const std::int32_t w = LimitedInteger(x, largest);

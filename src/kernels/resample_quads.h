@@ -9,8 +9,8 @@
 // four bytes by four bytes. Taps are grouped by fours counted from sample 0: a quad is samples 4q .. 4q + 3.
 //
 // With v the exact channel value of a list and `sum` the integer the digits give (plus the list's bias),
-//   v + 1/2 lies in (sum - slack, sum] x 2^-fractionBits, slack <= the axis's threshold,
-// so that sum >> fractionBits is the rounded channel unless the fraction is below `threshold`; those few
+//   v + 1/2 lies in (sum - slack, sum] x 2^-fractionBits, slack <= a threshold,
+// so that sum >> fractionBits is the rounded channel unless the fraction is below the threshold; those few
 // samples are to be computed again as plain doubles.
 namespace pixmorph::kernels {
 

@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::int32_t kBlock = 16;  // columns
 constexpr std::ptrdiff_t kBlockBytes = 3 * kChannelBytes;
-constexpr std::int32_t kStretchQuads = 256;  // 16 KiB of woven source pixels
+constexpr std::int32_t kStretchQuads = 256;     // 16 KiB of woven source pixels
+constexpr std::uint32_t kColours = 0x77777777;  // of pixels with four bits each; the top byte is nobody's
 
 // Where a column is in a slot.
 PIXMORPH_INLINE std::ptrdiff_t PlaceOf(std::int32_t column) {
@@ -45,10 +46,10 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
   const std::int32_t count = axis.exact.count;
   NextRows next(rows + 4, axis.exact.sourceLength, count / 4);
   Unsure unsure;
-  const auto redo = [&](std::int32_t i, std::int32_t n, std::uint32_t bits) {
-    const std::int32_t column = i + n / 4;
-    if (column < count && (bits & 7) != 0)
-      RedoColumn(axis.exact, column, rows[n % 4], slot + PlaceOf(column) + n % 4);
+  // Groups are four rows of one column and the next.
+  const auto redo = [&](std::int32_t first, std::int32_t n, std::uint32_t) {
+    const std::int32_t column = first + n / 4;
+    if (column < count) RedoColumn(axis.exact, column, rows[n % 4], slot + PlaceOf(column) + n % 4);
   };
   std::int32_t i = 0;
   for (const QuadStretch* stretch = plan.quadStretches; i < count; ++stretch) {
@@ -67,8 +68,8 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
       }
       StoreColumns(Narrow(whole[0], whole[1], whole[2], whole[3]), slot + PlaceOf(i));
       if (!unsure.HasRoom(2)) unsure.TakeAll(redo);
-      unsure.Add(i, _cvtmask32_u32(_mm512_kunpackw(doubts[1], doubts[0])) & 0x77777777);
-      unsure.Add(i + 2, _cvtmask32_u32(_mm512_kunpackw(doubts[3], doubts[2])) & 0x77777777);
+      unsure.Add(i, _cvtmask32_u32(_mm512_kunpackw(doubts[1], doubts[0])) & kColours);
+      unsure.Add(i + 2, _cvtmask32_u32(_mm512_kunpackw(doubts[3], doubts[2])) & kColours);
     }
   }
   unsure.TakeAll(redo);

@@ -26,6 +26,7 @@ class WordColumns {
     const std::ptrdiff_t stride = PlaneStride(plan);
     const std::uint8_t* block = row.planes;
     Unsure unsure;
+    // A place is the block's first pixel, a multiple of 4, and the channel.
     const auto look = [&row](std::int32_t place, std::int32_t group, std::uint32_t bits) {
       LookAgain(row, place / 4 * 4 + V::PixelsOfGroup(group), place % 4, bits);
     };

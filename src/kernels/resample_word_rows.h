@@ -124,6 +124,7 @@ class WordRows {
     for (int n = 0; n < kRowVectors; ++n) {
       const int channel = n / kHalves, half = n % kHalves;
       const Vec columns[4] = {sums[0][n], sums[1][n], sums[2][n], sums[3][n]};
+      // `Make` takes the place apart again: i is a multiple of 4.
       unsure.Add(4 * i + 4 * half + channel, V::Bits(rounding.Unsure(columns)));
       V::StoreRows(rounding.Bytes(columns), out + channel * Slots::kChannelBytes + 2 * half * stride, stride);
     }

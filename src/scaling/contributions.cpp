@@ -147,7 +147,7 @@ void ContributionTable::Build(const Filter& filter, const ResampleAxis& axis) {
     Window other;
     const std::int32_t like = known.Exchange(i, window, &other);
     const std::int32_t shift = like < 0 ? -1 : window.ShiftFrom(other);
-    if (shift >= 0 && lists_[like].entries)
+    if (shift >= 0)
       MoveList(lists_[like], shift, list);
     else
       FillList(memory, axis, window, capacity, list);

@@ -79,7 +79,7 @@ class Resampling {
     if (!writer_.NewPictureWriter(reader_, width_, height_)) return nullptr;
     for (std::int32_t r = 0; r < height_; ++r) {
       WriteRow(r);
-      if (yield_.interval != 0) fusedPasses_.FinishRows();
+      if (yield_.interval != 0) fusedPasses_.FinishRows();  // a yield may let others look
       yield_.YieldPoint();
     }
     fusedPasses_.FinishRows();
