@@ -21,14 +21,15 @@ class Triangle {
     std::vector<std::vector<Contribution>> taps(kCount);
     std::vector<ContributionList> lists;
     for (int i = 0; i < kCount; ++i) {
+      std::vector<Contribution>& own = taps[static_cast<std::size_t>(i)];
       double sum = 0;
       for (int j = 0; j < sourceLength_; ++j) {
         const double weight = 1.0 - std::fabs((i + 0.5) * ratio - j - 0.5) / ratio;
         if (weight <= 0) continue;
-        taps[i].push_back({static_cast<float>(weight), j});
+        own.push_back({static_cast<float>(weight), j});
         sum += weight;
       }
-      lists.push_back({taps[i].data(), static_cast<std::int32_t>(taps[i].size()), static_cast<float>(sum)});
+      lists.push_back({own.data(), static_cast<std::int32_t>(own.size()), static_cast<float>(sum)});
     }
     memory_.resize(static_cast<std::size_t>(WeightsBytes(lists.data(), kCount)) / 4 + 1);
     axis_ = GatherWeights(lists.data(), kCount, sourceLength_, memory_.data());
