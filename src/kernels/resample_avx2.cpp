@@ -1,6 +1,8 @@
 #include "kernels/intrinsics.h"
 #include "kernels/resample_averages.h"
 #include "kernels/resample_pair_simd.h"
+#include "kernels/resample_pair_spread.h"
+#include "kernels/resample_plan_first.h"
 #include "kernels/resample_word_vec_avx2.h"
 
 namespace pixmorph::kernels {
@@ -11,6 +13,7 @@ namespace {
 struct Words256 {
   using Self = Words256;
   static constexpr std::int32_t kLanes = 16;
+  using Spread = NoPairSpread;
   __m256i r;
 
 #define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
@@ -33,8 +36,12 @@ struct Words256 {
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm256_xor_si256(a.r, b.r)}; }
   // Bytes: the average of two, halves rounded up.
   PIXMORPH_OP AverageBytes(Self a, Self b) { return {_mm256_avg_epu8(a.r, b.r)}; }
-  // -1 for negative lanes, else 0.
-  PIXMORPH_OP Signs(Self a) { return {_mm256_srai_epi16(a.r, 15)}; }
+  // The top bit of each lane: 0 or 1.
+  PIXMORPH_OP TopBits(Self a) { return {_mm256_srli_epi16(a.r, 15)}; }
+  // a, and one more where `sign` is not negative.
+  PIXMORPH_OP OneMoreIfNotNegative(Self a, Self sign) {
+    return {_mm256_sub_epi16(a.r, _mm256_cmpgt_epi16(sign.r, _mm256_set1_epi16(-1)))};
+  }
   // Of each 16 bytes the first or the last eight as lanes, and back.
   PIXMORPH_OP Low(Self a) { return {_mm256_unpacklo_epi8(a.r, _mm256_setzero_si256())}; }
   PIXMORPH_OP High(Self a) { return {_mm256_unpackhi_epi8(a.r, _mm256_setzero_si256())}; }

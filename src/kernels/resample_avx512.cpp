@@ -1,6 +1,8 @@
 #include "kernels/intrinsics.h"
 #include "kernels/resample_averages.h"
 #include "kernels/resample_pair_simd.h"
+#include "kernels/resample_pair_spread.h"
+#include "kernels/resample_plan_first.h"
 #include "kernels/resample_quads_avx512.h"
 
 namespace pixmorph::kernels {
@@ -11,6 +13,7 @@ namespace {
 struct Words512 {
   using Self = Words512;
   static constexpr std::int32_t kLanes = 32;
+  using Spread = NoPairSpread;
   __m512i r;
 
 #define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
@@ -31,8 +34,13 @@ struct Words512 {
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm512_xor_si512(a.r, b.r)}; }
   // Bytes: the average of two, halves rounded up.
   PIXMORPH_OP AverageBytes(Self a, Self b) { return {_mm512_avg_epu8(a.r, b.r)}; }
-  // -1 for negative lanes, else 0.
-  PIXMORPH_OP Signs(Self a) { return {_mm512_srai_epi16(a.r, 15)}; }
+  // The top bit of each lane: 0 or 1.
+  PIXMORPH_OP TopBits(Self a) { return {_mm512_srli_epi16(a.r, 15)}; }
+  // a, and one more where `sign` is not negative.
+  PIXMORPH_OP OneMoreIfNotNegative(Self a, Self sign) {
+    const __mmask32 negative = _mm512_movepi16_mask(sign.r);
+    return {_mm512_mask_sub_epi16(a.r, ~negative, a.r, _mm512_set1_epi16(-1))};
+  }
   // Of each 16 bytes the first or the last eight as lanes, and back.
   PIXMORPH_OP Low(Self a) { return {_mm512_unpacklo_epi8(a.r, _mm512_setzero_si512())}; }
   PIXMORPH_OP High(Self a) { return {_mm512_unpackhi_epi8(a.r, _mm512_setzero_si512())}; }

@@ -64,8 +64,8 @@ struct FusedPlan {
   // slot that it needs.
   void (*alongColumns)(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                        std::uint32_t top);
-  // Before others look at output rows: orders what was written past the caches before what is stored later. Null
-  // where nothing is.
+  // Before others look at output rows: orders what was written past the caches before what is stored later.
+  // Null where nothing is.
   void (*finishRows)();
   std::int32_t batchRows;
   std::int64_t slotBytes;     // a multiple of 64
@@ -75,9 +75,10 @@ struct FusedPlan {
   const QuadStretch* quadStretches;  // of the output columns, one after the other
   WordAxis rowWords, columnWords;
   PairAxis rowPairs, columnPairs;
-  const PairGroup* pairGroups;  // of the output columns, one vector after the other
-  const void* pairRecords;      // the level's own
-  bool pairStreams;             // the result is large: write it past the caches
+  const PairGroup* pairGroups;     // of the output columns, one vector after the other
+  const void* pairRecords;         // the level's own
+  const std::int32_t* pairStarts;  // or, in bytes of a slot, where copies and averages of source pixels begin
+  bool pairStreams;                // the result is large: write it past the caches
   AveragePlan averages;
 };
 

@@ -12,37 +12,37 @@ namespace pixmorph::kernels {
 namespace {
 
 constexpr std::int32_t kPairPatterns = 64;  // that are looked through for one like a new one
-
 constexpr std::int64_t kStreamedPixels = 4 << 20;  // of a result that few caches would keep anyway
 
 // A result of fewer for each block: verifying the blocks would cost more than it saves.
 constexpr std::int64_t kPixelsPerBlock = 1000;
 
+// What some lanes of a vector need: nothing but the multiplier, tau too, or tau and offset.
+enum class PairTies { kPlain, kTau, kAll };
+
 // What the lanes of one vector are multiplied with.
 template <class W>
 struct PairFactors {
-  W multiplier, tau, kappa, offset;
+  W multiplier, tau, offset;
 
   // The same for all lanes.
   PIXMORPH_INLINE_MEMBER static PairFactors Of(const PairBlock& block) {
-    return {W::Set(block.multiplier), W::Set(block.tau), W::Set(block.kappa), W::Set(block.offset)};
+    return {W::Set(block.multiplier), W::Set(block.tau), W::Set(block.offset)};
   }
-  // Lane by lane: four vectors in a row.
+  // Lane by lane: three vectors in a row.
   PIXMORPH_INLINE_MEMBER static PairFactors At(const std::int16_t* lanes) {
-    return {W::Load(lanes), W::Load(lanes + W::kLanes), W::Load(lanes + 2 * W::kLanes),
-            W::Load(lanes + 3 * W::kLanes)};
+    return {W::Load(lanes), W::Load(lanes + W::kLanes), W::Load(lanes + 2 * W::kLanes)};
   }
 
   // Channels from the heavier and the lighter samples.
+  template <PairTies kTies>
   PIXMORPH_INLINE_MEMBER W Blend(W a, W b) const {
     const W d = W::Subtract(b, a);
-    const W zone = W::Set(kPairZone);
-    // The low half of the product is offset by 2^15: from here on its sign says whether to round up.
-    const W low = W::Xor(W::MultiplyLow(d, multiplier), W::Set(INT16_MIN));
-    const W rule = W::Add(W::Add(W::MultiplyLow(a, tau), W::MultiplyLow(d, kappa)), offset);
-    const W decided = W::AddSaturated(low, W::Xor(W::Signs(rule), zone));
-    const W up = W::Add(W::Signs(decided), W::Set(1));
-    return W::Add(W::Add(a, W::MultiplyHigh(d, multiplier)), up);
+    const W low = W::MultiplyLow(d, multiplier), floor = W::Add(a, W::MultiplyHigh(d, multiplier));
+    if (kTies == PairTies::kPlain) return W::Add(floor, W::TopBits(low));
+    const W byTau = W::MultiplyLow(a, tau), move = kTies == PairTies::kTau ? byTau : W::Add(byTau, offset);
+    // Less 2^15, so that signed saturation holds it where it belongs and its sign says what to do.
+    return W::OneMoreIfNotNegative(floor, W::AddSaturated(W::Xor(low, W::Set(INT16_MIN)), move));
   }
 };
 
@@ -50,35 +50,26 @@ template <class W>
 class PairPasses {
  public:
   static std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
-    return ByteSize(PairsBytes(row))
-        .Plus(PairsBytes(column))
-        .Plus(ByteSize(Groups(row)).Times(sizeof(Record) + sizeof(PairGroup)).Bytes())
-        .Bytes();
+    return ByteSize(PairsBytes(row)).Plus(PairsBytes(column)).Plus(RowPlanBytes(row)).Bytes();
   }
 
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
     const std::int64_t pixels = std::int64_t{row.count} * column.count;
     if (pixels < kPixelsPerBlock * (std::int64_t{row.blockCount} + column.blockCount)) return false;
-    const std::int32_t groups = Groups(row);
-    auto* const records = static_cast<Record*>(memory);
-    auto* const table = reinterpret_cast<PairGroup*>(records + groups);
-    auto* const blocks = reinterpret_cast<std::uint8_t*>(table + groups);
+    auto* const rowPlan = static_cast<std::uint8_t*>(memory);
+    auto* const blocks = rowPlan + RowPlanBytes(row);
     if (!PackPairs(row, blocks, plan.rowPairs)) return false;
     if (!PackPairs(column, blocks + PairsBytes(row), plan.columnPairs)) return false;
-    std::int32_t used = 0;
-    for (std::int32_t g = 0; g < groups; ++g) {
-      if (!MakeRecord(plan.rowPairs, g, records[used], table[g].base)) return false;
-      table[g].record = Find(records, used);
-      if (table[g].record == used) ++used;
-    }
-    plan.pairRecords = records;
-    plan.pairGroups = table;
-    plan.alongRows = AlongRows;
+    if (W::Spread::Plan(plan.rowPairs, rowPlan, plan))
+      plan.alongRows = W::Spread::AlongRows;
+    else if (PlanGroups(plan.rowPairs, rowPlan, plan))
+      plan.alongRows = AlongRows;
+    else
+      return false;
     plan.alongColumns = AlongColumns;
     plan.finishRows = W::EndStreaming;
     plan.batchRows = 1;
-    plan.slotBytes = 4 * (std::int64_t{groups} + 1) * kPixels;
-    plan.slotBytes = (plan.slotBytes + 63) / 64 * 64;
+    plan.slotBytes = (4 * (std::int64_t{Groups(row)} + 1) * kPixels + 63) / 64 * 64;
     plan.scratchBytes = 0;
     plan.pairStreams = pixels >= kStreamedPixels;
     return true;
@@ -90,9 +81,31 @@ class PairPasses {
   // How kPixels output pixels in a row are made. Lanes are as `Blend` takes them: the factors of the low
   // halves of each 16 bytes, then those of the high halves.
   struct alignas(64) Record {
-    std::int16_t lanes[8 * W::kLanes];
+    std::int16_t lanes[6 * W::kLanes];
     std::int32_t heavy[kPixels], light[kPixels];  // source columns, counted from the group's base
   };
+
+  // Of the groups, or of what stands in for them.
+  static std::int64_t RowPlanBytes(const AxisWeights& row) {
+    const std::int64_t groups = ByteSize(Groups(row)).Times(sizeof(Record) + sizeof(PairGroup)).Bytes();
+    const std::int64_t spread = W::Spread::PlanBytes(row);
+    return spread > groups ? spread : groups;
+  }
+
+  static bool PlanGroups(const PairAxis& axis, void* memory, FusedPlan& plan) {
+    const std::int32_t groups = Groups(axis.exact);
+    auto* const records = static_cast<Record*>(memory);
+    auto* const table = reinterpret_cast<PairGroup*>(records + groups);
+    std::int32_t used = 0;
+    for (std::int32_t g = 0; g < groups; ++g) {
+      if (!MakeRecord(axis, g, records[used], table[g].base)) return false;
+      table[g].record = Find(records, used);
+      if (table[g].record == used) ++used;
+    }
+    plan.pairRecords = records;
+    plan.pairGroups = table;
+    return true;
+  }
 
   static std::int32_t Groups(const AxisWeights& row) { return (row.count + kPixels - 1) / kPixels; }
 
@@ -128,12 +141,11 @@ class PairPasses {
   }
 
   static void SetLanes(const PairBlock& block, std::int32_t place, std::int16_t* lanes) {
-    std::int16_t* const half = lanes + place % 4 / 2 * (4 * W::kLanes) + place / 4 * 8 + place % 2 * 4;
+    std::int16_t* const half = lanes + place % 4 / 2 * (3 * W::kLanes) + place / 4 * 8 + place % 2 * 4;
     for (std::int32_t c = 0; c < 4; ++c) {
       half[c] = block.multiplier;
       half[W::kLanes + c] = block.tau;
-      half[2 * W::kLanes + c] = block.kappa;
-      half[3 * W::kLanes + c] = block.offset;
+      half[2 * W::kLanes + c] = block.offset;
     }
   }
 
@@ -146,7 +158,8 @@ class PairPasses {
                         [](const Record&, W heavy, auto light) { return W::AverageBytes(heavy, light()); });
     MakeGroups(plan, rows, slot, [](const Record& record, W heavy, auto light) {
       const std::int16_t* const lanes = record.lanes;
-      return Blend(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 4 * W::kLanes), heavy, light());
+      return Blend<PairTies::kAll>(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 3 * W::kLanes),
+                                   heavy, light());
     });
   }
 
@@ -169,8 +182,10 @@ class PairPasses {
     }
   }
 
+  template <PairTies kTies>
   PIXMORPH_INLINE_MEMBER static W Blend(const PairFactors<W>& low, const PairFactors<W>& high, W a, W b) {
-    return W::Pack(low.Blend(W::Low(a), W::Low(b)), high.Blend(W::High(a), W::High(b)));
+    return W::Pack(low.template Blend<kTies>(W::Low(a), W::Low(b)),
+                   high.template Blend<kTies>(W::High(a), W::High(b)));
   }
 
   static void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
@@ -186,10 +201,19 @@ class PairPasses {
       return WriteRow(plan, out, [&](std::ptrdiff_t x) {
         return W::WithTop(W::AverageBytes(W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top);
       });
+    if (block.tau == 0)
+      BlendRow<PairTies::kPlain>(plan, block, heavy, light, out, top);
+    else
+      BlendRow<PairTies::kTau>(plan, block, heavy, light, out, top);
+  }
+
+  template <PairTies kTies>
+  static void BlendRow(const FusedPlan& plan, const PairBlock& block, const std::uint8_t* heavy,
+                       const std::uint8_t* light, std::uint8_t* out, std::uint32_t top) {
     const auto factors = PairFactors<W>::Of(block);
     WriteRow(plan, out, [&](std::ptrdiff_t x) {
-      return W::WithTop(Blend(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)),
-                        top);
+      return W::WithTop(
+          Blend<kTies>(factors, factors, W::LoadBytes(heavy + 4 * x), W::LoadBytes(light + 4 * x)), top);
     });
   }
 
@@ -218,23 +242,6 @@ class PairPasses {
     std::memcpy(out, bytes, static_cast<std::uint32_t>(4 * count));
   }
 };
-
-// Of several kinds of passes the first that will do.
-template <class... Passes>
-std::int64_t PlanBytesOfAny(const AxisWeights& row, const AxisWeights& column) {
-  const std::int64_t needed[] = {Passes::PlanBytes(row, column)...};
-  std::int64_t most = 0;
-  for (const std::int64_t bytes : needed) {
-    if (bytes < 0) return -1;
-    if (bytes > most) most = bytes;
-  }
-  return most;
-}
-
-template <class... Passes>
-bool PlanFirst(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
-  return (Passes::Plan(row, column, memory, plan) || ...);
-}
 
 }  // namespace
 

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::int32_t kMostBlocks =
     40;  // more of them repeat so seldom that verifying costs more than it saves
-constexpr std::int32_t kLargestFactor = 60;  // 255 x (tau + kappa) stays below 2^15
+constexpr std::int32_t kMultipliersTried = 4;
 
 double Magnitude(double x) { return x < 0.0 ? -x : x; }
 
@@ -27,13 +27,9 @@ struct Weights {
 };
 
 std::int32_t Packed(const PairBlock& block, std::int32_t a, std::int32_t d) {
-  const std::int32_t x = d * block.multiplier + 0x8000;
-  const auto low = static_cast<std::int16_t>(x & 0xFFFF);
-  std::int32_t floor = (x - (x & 0xFFFF)) / 0x10000;
-  if (low < -kPairZone - 1 || low > kPairZone) return a + floor;
-  // Near a tie: `floor` is that of one side, whichever the low half says.
-  if (low < 0) ++floor;
-  return a + floor - (a * block.tau + d * block.kappa + block.offset < 0 ? 1 : 0);
+  const std::int32_t x = d * block.multiplier, low = x & 0xFFFF, moved = low + a * block.tau + block.offset;
+  const bool up = moved >= 0x8000;
+  return a + (x - low) / 0x10000 + (up ? 1 : 0);
 }
 
 // Whether the packed form is right for one difference. Both sides change at most once as a grows, so they
@@ -60,26 +56,41 @@ bool Right(const PairBlock& block, const Weights& weights) {
 
 // How the plain evaluation decides near-ties: a x tau + d x kappa >= 0 rounds up, with tau what the weights'
 // own rounding adds to their sum, and kappa what it adds to b's weight beyond the ratio that makes the tie
-// exact. Only the ratio of the two matters, and that is one of small integers.
-void ChooseRule(PairBlock& block, const Weights& weights) {
-  const double tau = weights.a + weights.b - weights.sum;
-  double kappa = 0.0;
-  for (std::int32_t d = -255; d <= 255; ++d) {
-    const auto low = static_cast<std::int16_t>((d * block.multiplier + 0x8000) & 0xFFFF);
-    if (d == 0 || low < -kPairZone - 1 || low > kPairZone) continue;
-    const double tie = Nearest((d * weights.b / weights.sum - 0.5)) + 0.5;
-    kappa = (weights.b * d - weights.sum * tie) / d;
-    break;
+// exact. 0: there are no ties.
+double KappaOf(const Weights& weights) {
+  const double ratio = weights.b / weights.sum, near = 300.0 / 65536.0;
+  for (std::int32_t d = 1; d <= 255; ++d) {
+    const double tie = Nearest(d * ratio - 0.5) + 0.5;
+    if (Magnitude(d * ratio - tie) < near) return (weights.b * d - weights.sum * tie) / d;
   }
-  const double large = Magnitude(tau) > Magnitude(kappa) ? Magnitude(tau) : Magnitude(kappa);
-  if (large == 0.0) return;
-  for (std::int32_t factor = 1; factor <= kLargestFactor; ++factor) {
-    const double t = tau / large * factor, k = kappa / large * factor;
-    if (Magnitude(t - Nearest(t)) > 1e-3 || Magnitude(k - Nearest(k)) > 1e-3) continue;
-    block.tau = static_cast<std::int16_t>(Nearest(t));
-    block.kappa = static_cast<std::int16_t>(Nearest(k));
-    return;
+  return 0.0;
+}
+
+// Only the ratio of tau and kappa matters, and for a tau that is by far the larger, not even that.
+bool FindTau(PairBlock& block, const Weights& weights, double tau) {
+  const std::int32_t sign = tau < 0.0 ? -1 : 1, exact = Nearest(tau);
+  const std::int32_t candidates[] = {exact, exact + 1, exact - 1, sign, 2 * sign, 4 * sign, 8 * sign};
+  for (const std::int32_t tried : candidates) {
+    if (tried > kLargestTau || tried < -kLargestTau) continue;
+    block.tau = static_cast<std::int16_t>(tried);
+    if (Right(block, weights)) return true;
   }
+  return false;
+}
+
+bool FindFactors(PairBlock& block, const Weights& weights) {
+  const double tau = weights.a + weights.b - weights.sum, kappa = KappaOf(weights);
+  const double exact = (weights.b - kappa) / weights.sum * 65536.0;
+  for (std::int32_t step = 0; step < kMultipliersTried; ++step) {
+    // Beside the exact one, on kappa's side. A thousandth keeps exact integers what they are.
+    const double nearest = kappa > 0.0 ? exact + 0.499 + step : kappa < 0.0 ? exact - 0.499 - step : exact;
+    const std::int32_t multiplier = Nearest(nearest);
+    if (multiplier < 0 || multiplier > 32767) continue;
+    block.multiplier = static_cast<std::int16_t>(multiplier);
+    if (FindTau(block, weights, kappa == 0.0 ? tau : (multiplier - exact) * tau / kappa)) return true;
+    if (kappa == 0.0) return false;
+  }
+  return false;
 }
 
 bool PackBlock(const AxisWeights& axis, const WeightBlock& block, PairBlock& packed) {
@@ -92,12 +103,11 @@ bool PackBlock(const AxisWeights& axis, const WeightBlock& block, PairBlock& pac
   const Weights weights =
       first >= second ? Weights{first, second, sum, true} : Weights{second, first, sum, false};
   packed.heavy = static_cast<std::int8_t>(weights.aFirst ? 0 : 1);
-  const std::int32_t multiplier = Nearest(weights.b / sum * 65536.0);
-  packed.multiplier = static_cast<std::int16_t>(multiplier > 32767 ? 32767 : multiplier);
   packed.light = weights.b > 0.0 ? static_cast<std::int8_t>(1 - packed.heavy) : packed.heavy;
-  packed.averages = IsAverage(axis, block);
-  if (packed.averages) return true;
-  if (packed.light == packed.heavy || multiplier > 0) ChooseRule(packed, weights);
+  // Whatever the weight: products, sum and quotient are exact.
+  packed.averages = weights.a + weights.b == sum && (weights.b == weights.a || weights.b == 0.0);
+  if (!packed.averages) return FindFactors(packed, weights);
+  if (packed.light != packed.heavy) packed.multiplier = 32767, packed.offset = 255;
   return Right(packed, weights);
 }
 

@@ -6,21 +6,23 @@
 #include "kernels/resample_weights.h"
 
 // Lists of one or two taps (an enlargement by triangle or box) in 16-bit arithmetic. With `a` the sample that
-// weighs more, d = b - a and x = d x multiplier + 2^15 as a 32-bit number,
-//   channel = a + floor(x / 2^16),
-// save that near a tie - the low half of x within kPairZone of 0 - the sign of a x tau + d x kappa + offset
-// decides: there the plain evaluation depends on how the float weights were rounded. Every block is verified.
-// Copies and averages of two are simpler still.
+// weighs more, d = b - a and x = d x multiplier,
+//   channel = a + floor(x / 2^16) + (low >= 2^15 ? 1 : 0), where
+//   low = the low half of x, plus a x tau + offset, held within 0 .. 2^16 - 1.
+// At ties the plain evaluation depends on how the float weights were rounded. The multiplier is off the exact
+// one in the direction in which b's weight is, and tau is in proportion. Every block is verified. Copies and
+// averages of two are simpler still where nothing else is in the way.
 namespace pixmorph::kernels {
 
-constexpr std::int16_t kPairZone = 300;
-
 struct PairBlock {
-  std::int16_t multiplier;  // 0 .. 32767; 0: the channel is a
-  std::int16_t tau, kappa, offset;
+  std::int16_t multiplier;   // 0 .. 32767; 0: the channel is a
+  std::int16_t tau;          // -kLargestTau .. kLargestTau
+  std::int16_t offset;       // 0 unless the block averages
   std::int8_t heavy, light;  // places of a and b in the list; equal when the multiplier is 0
   bool averages;             // the channel is (a + b + 1) / 2, or a where there is no b
 };
+
+constexpr std::int32_t kLargestTau = 127;  // times 255 it stays below 2^15
 
 struct PairAxis {
   AxisWeights exact;

@@ -1,4 +1,5 @@
 #include "kernels/resample_averages.h"
+#include "kernels/resample_plan_first.h"
 #include "kernels/resample_vec_sse.h"
 #include "kernels/resample_word_vec_sse.h"
 

@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 
 #include "kernels/resample_pair_simd.h"
+#include "kernels/resample_pair_spread.h"
 
 namespace pixmorph::kernels {
 
@@ -13,6 +14,7 @@ namespace {
 struct Words128 {
   using Self = Words128;
   static constexpr std::int32_t kLanes = 8;
+  using Spread = PairSpread<Words128>;
   __m128i r;
 
 #define PIXMORPH_OP PIXMORPH_INLINE_MEMBER static Self
@@ -35,8 +37,17 @@ struct Words128 {
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm_xor_si128(a.r, b.r)}; }
   // Bytes: the average of two, halves rounded up.
   PIXMORPH_OP AverageBytes(Self a, Self b) { return {_mm_avg_epu8(a.r, b.r)}; }
-  // -1 for negative lanes, else 0.
-  PIXMORPH_OP Signs(Self a) { return {_mm_srai_epi16(a.r, 15)}; }
+  // Bytes: one pixel everywhere.
+  template <int kPixel>
+  PIXMORPH_OP Everywhere(Self a) {
+    return {_mm_shuffle_epi32(a.r, kPixel * 0x55)};
+  }
+  // The top bit of each lane: 0 or 1.
+  PIXMORPH_OP TopBits(Self a) { return {_mm_srli_epi16(a.r, 15)}; }
+  // a, and one more where `sign` is not negative.
+  PIXMORPH_OP OneMoreIfNotNegative(Self a, Self sign) {
+    return {_mm_sub_epi16(a.r, _mm_cmpgt_epi16(sign.r, _mm_set1_epi16(-1)))};
+  }
   // Of each 16 bytes the first or the last eight as lanes, and back.
   PIXMORPH_OP Low(Self a) { return {_mm_unpacklo_epi8(a.r, _mm_setzero_si128())}; }
   PIXMORPH_OP High(Self a) { return {_mm_unpackhi_epi8(a.r, _mm_setzero_si128())}; }
