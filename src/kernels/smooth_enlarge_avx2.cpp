@@ -16,10 +16,24 @@ struct Eight {
   PIXMORPH_INLINE_MEMBER static F SetF(float v) { return _mm256_set1_ps(v); }
   PIXMORPH_INLINE_MEMBER static F Mul(F a, F b) { return _mm256_mul_ps(a, b); }
   PIXMORPH_INLINE_MEMBER static F Add(F a, F b) { return _mm256_add_ps(a, b); }
-  PIXMORPH_INLINE_MEMBER static F Fma(F a, F b, F c) { return _mm256_fmadd_ps(a, b, c); }
-  PIXMORPH_INLINE_MEMBER static F Permute(I place, F v) { return _mm256_permutevar8x32_ps(v, place); }
+  PIXMORPH_INLINE_MEMBER static F MulAdd(F a, F b, F c) { return _mm256_fmadd_ps(a, b, c); }
   PIXMORPH_INLINE_MEMBER static F Select(I mask, F a, F b) {
     return _mm256_blendv_ps(b, a, _mm256_castsi256_ps(mask));
+  }
+
+  struct Places {
+    I from;  // counted from the first
+    std::int32_t first;
+  };
+  PIXMORPH_INLINE_MEMBER static Places PlacesAt(const std::int32_t* index) {
+    return {Sub(LoadI(index), SetI(index[0])), index[0]};
+  }
+  PIXMORPH_INLINE_MEMBER static void Neighbours(const float* plane, Places places, F* near, F* far) {
+    const auto permuted = [&places](const float* p) {
+      return _mm256_permutevar8x32_ps(LoadF(p), places.from);
+    };
+    *near = permuted(plane + places.first);
+    *far = permuted(plane + places.first + 1);
   }
 
   PIXMORPH_INLINE_MEMBER static I LoadI(const void* p) {

@@ -16,10 +16,22 @@ struct Sixteen {
   PIXMORPH_INLINE_MEMBER static F SetF(float v) { return _mm512_set1_ps(v); }
   PIXMORPH_INLINE_MEMBER static F Mul(F a, F b) { return _mm512_mul_ps(a, b); }
   PIXMORPH_INLINE_MEMBER static F Add(F a, F b) { return _mm512_add_ps(a, b); }
-  PIXMORPH_INLINE_MEMBER static F Fma(F a, F b, F c) { return _mm512_fmadd_ps(a, b, c); }
-  PIXMORPH_INLINE_MEMBER static F Permute(I place, F v) { return _mm512_permutexvar_ps(place, v); }
+  PIXMORPH_INLINE_MEMBER static F MulAdd(F a, F b, F c) { return _mm512_fmadd_ps(a, b, c); }
   PIXMORPH_INLINE_MEMBER static F Select(I mask, F a, F b) {
     return _mm512_mask_blend_ps(_mm512_movepi32_mask(mask), b, a);
+  }
+
+  struct Places {
+    I from;  // counted from the first
+    std::int32_t first;
+  };
+  PIXMORPH_INLINE_MEMBER static Places PlacesAt(const std::int32_t* index) {
+    return {Sub(LoadI(index), SetI(index[0])), index[0]};
+  }
+  PIXMORPH_INLINE_MEMBER static void Neighbours(const float* plane, Places places, F* near, F* far) {
+    const auto permuted = [&places](const float* p) { return _mm512_permutexvar_ps(places.from, LoadF(p)); };
+    *near = permuted(plane + places.first);
+    *far = permuted(plane + places.first + 1);
   }
 
   PIXMORPH_INLINE_MEMBER static I LoadI(const void* p) { return _mm512_loadu_si512(p); }

@@ -35,11 +35,23 @@ struct SmoothColumns {
   // All bits of an entry set: both weights are exact (see IsExactSmoothWeight). Otherwise 0.
   const std::int32_t* exactMask;
   bool allExact;             // every entry of exactMask is set
+  bool clear;                // of all rounding boundaries (see SmoothStaysClear): nothing needs a second look
   std::int32_t count;        // new pixels
   std::int32_t sourceWidth;  // pixels
 };
 // A power of two, so that scaling rounds nothing; the bits below it are a value's fraction.
 constexpr float kSmoothWeightScale = 65536.0f;
+
+// True when no new pixel's channel comes near a rounding boundary, whatever the source. With positions at
+// multiples of 1/p and 1/q between samples, weights are multiples of 1/p^3 and 1/q^3 but for float's
+// rounding. Where both are odd, no multiple of 1/(pq)^3 is half a byte value; the nearest lie half of one
+// beside it, which up to pq = 13 is 14.9 units of 1/65536 of a byte. Rounding the weights moves a value by 2
+// of them at most, and the kernels' arithmetic by 6.5. [pure]
+PIXMORPH_INLINE bool SmoothStaysClear(std::int32_t columnPeriod, std::int32_t rowPeriod) {
+  constexpr std::int32_t kMost = 13;
+  return columnPeriod % 2 != 0 && rowPeriod % 2 != 0 && columnPeriod <= kMost && rowPeriod <= kMost &&
+         columnPeriod * rowPeriod <= kMost;
+}
 
 // True for multiples of 1/256: products of two such weights with a byte, and their sums up to 256, are exact
 // in float. weight is 0 .. 1. [pure]

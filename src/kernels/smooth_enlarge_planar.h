@@ -3,15 +3,15 @@
 
 #include "kernels/smooth_enlarge_kernel.h"
 
-// The smooth enlargement for levels that permute a vector of floats by indexes: a line holds one plane a
-// channel, and a vector of new pixels gathers its neighbours from two loads of each plane. For inclusion by
-// the files of those levels; `V` is their thin vector type.
+// The smooth enlargement. A line holds one plane a channel, from each of which a vector of new pixels gathers
+// its neighbours. For inclusion by the files of the levels; `V` is their thin vector type.
 //
 // Values are 65536 times the byte, so that a truncated value is the byte above 16 bits of fraction. In float
-// each of the two fused steps rounds a value below 2^24 by at most half a unit, and truncation takes less
-// than one more: the result is within 2 of the double evaluation, which itself errs by far less than a unit.
-// Where it lies within 4 of a multiple of 65536 the channel is evaluated in double; elsewhere both truncate
-// to the same byte. Exact weights on both axes make integers below 2^24, which need neither test nor margin.
+// each of two fused steps, or each of four others, rounds a value below 2^24 by at most half a unit, and
+// truncation takes less than one more: the result is within 3 of the double evaluation, which itself errs by
+// far less than a unit. Where it lies within 4 of a multiple of 65536 the channel is evaluated in double;
+// elsewhere both truncate to the same byte. Exact weights on both axes make integers below 2^24, which need
+// neither test nor margin.
 namespace pixmorph::kernels {
 namespace {
 
@@ -67,7 +67,7 @@ void BlendLines(float* out, const float* upper, const float* lower, float weight
 // What the four channels of a vector of new pixels share.
 template <class V>
 struct ColumnsAt {
-  typename V::I place;  // source columns, counted from the first
+  typename V::Places places;  // source columns
   typename V::F weight0, weight1;
   typename V::F addend;
   typename V::I riskyIfZero;
@@ -79,7 +79,7 @@ enum class Watch { kNone, kInexactColumns, kAll };
 template <class V, Watch kWatch>
 PIXMORPH_INLINE ColumnsAt<V> LoadColumns(const SmoothColumns& columns, std::int32_t x) {
   ColumnsAt<V> at;
-  at.place = V::Sub(V::LoadI(columns.index + x), V::SetI(columns.index[x]));
+  at.places = V::PlacesAt(columns.index + x);
   at.weight0 = V::LoadF(columns.weight0 + x);
   at.weight1 = V::LoadF(columns.weight1 + x);
   at.addend = V::SetF(kWatch == Watch::kNone ? kHalf : kHalf + kMargin);
@@ -95,9 +95,9 @@ PIXMORPH_INLINE ColumnsAt<V> LoadColumns(const SmoothColumns& columns, std::int3
 
 template <class V>
 PIXMORPH_INLINE typename V::I ChannelValues(const float* plane, const ColumnsAt<V>& at) {
-  const typename V::F near = V::Permute(at.place, V::LoadF(plane));
-  const typename V::F far = V::Permute(at.place, V::LoadF(plane + 1));
-  return V::Truncate(V::Fma(far, at.weight1, V::Fma(near, at.weight0, at.addend)));
+  typename V::F near, far;
+  V::Neighbours(plane, at.places, &near, &far);
+  return V::Truncate(V::MulAdd(far, at.weight1, V::MulAdd(near, at.weight0, at.addend)));
 }
 
 // One channel of a vector of new pixels in double.
@@ -105,8 +105,8 @@ template <class V>
 __attribute__((noinline)) typename V::I ExactValues(const float* plane, const SmoothColumns& columns,
                                                     std::int32_t x) {
   const ColumnsAt<V> at = LoadColumns<V, Watch::kNone>(columns, x);
-  const typename V::F near = V::Permute(at.place, V::LoadF(plane));
-  const typename V::F far = V::Permute(at.place, V::LoadF(plane + 1));
+  typename V::F near, far;
+  V::Neighbours(plane, at.places, &near, &far);
   return V::TruncateInDouble(near, at.weight0, far, at.weight1, double{kHalf});
 }
 
@@ -123,7 +123,7 @@ template <class V, Watch kWatch, bool kTop>
 PIXMORPH_INLINE typename V::I NewPixels(const Planes<V>& planes, const SmoothColumns& columns,
                                         std::int32_t x) {
   const ColumnsAt<V> at = LoadColumns<V, kWatch>(columns, x);
-  const float* from = planes.values + columns.index[x];
+  const float* from = planes.values;
   typename V::I blue = ChannelValues<V>(from, at);
   typename V::I green = ChannelValues<V>(from + planes.plane, at);
   typename V::I red = ChannelValues<V>(from + planes.plane * 2, at);
@@ -160,9 +160,10 @@ PIXMORPH_INLINE void InterpolateLineOf(std::uint8_t* out, const SmoothLine& line
 
 template <class V>
 void InterpolateLine(std::uint8_t* out, const SmoothLine& line, const SmoothColumns& columns) {
-  if (!line.exact) return InterpolateLineOf<V, Watch::kAll>(out, line, columns);
-  if (!columns.allExact) return InterpolateLineOf<V, Watch::kInexactColumns>(out, line, columns);
-  InterpolateLineOf<V, Watch::kNone>(out, line, columns);
+  if (columns.clear || (line.exact && columns.allExact))
+    return InterpolateLineOf<V, Watch::kNone>(out, line, columns);
+  if (line.exact) return InterpolateLineOf<V, Watch::kInexactColumns>(out, line, columns);
+  InterpolateLineOf<V, Watch::kAll>(out, line, columns);
 }
 
 }  // namespace

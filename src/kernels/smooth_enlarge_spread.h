@@ -4,13 +4,14 @@
 #include "kernels/smooth_enlarge_planar.h"
 
 // The steps in the other order, for enlargements that make several rows of each source row: a source row is
-// interpolated along itself once, then rows are mixed, which takes no permutes. A wide line holds, for each
-// vector of new pixels, a vector per channel.
+// interpolated along itself once, then rows are mixed, which gathers nothing. A wide line holds, for each
+// vector of new pixels, a vector per channel, with the half that rounds already added.
 //
-// In float each of the four products and sums rounds a value below 2^24 by at most half a unit (of 65536 to
-// the byte), the first two weighted with at most 1 together: at most 2. The definition's own floats, two
-// products and a sum, err by at most 1.5, and truncation takes less than one: the result is within 5 of the
-// definition's. Where it lies within 8 of a multiple of 65536 the channel is evaluated by the definition.
+// In float each product and sum rounds a value below 2^24 by at most half a unit (of 65536 to the byte).
+// Along the row there are four, which the rows' weights of together 1 average; then four more: at most 4, and
+// less where steps are fused. The definition's own floats, two products and a sum, err by at most 1.5, and
+// truncation takes less than one: the result is within 6.5 of the definition's. Where it lies within 8 of a
+// multiple of 65536 the channel is evaluated by the definition.
 namespace pixmorph::kernels {
 namespace {
 
@@ -22,12 +23,14 @@ void SpreadLine(float* wide, const float* line, const SmoothColumns& columns, bo
   const std::ptrdiff_t plane = SmoothPlaneFloats(columns.sourceWidth);
   const int channels = withTop ? 4 : 3;
   for (std::int32_t x = 0; x < columns.count; x += V::kLanes, wide += V::kLanes * 4) {
-    const typename V::I place = V::Sub(V::LoadI(columns.index + x), V::SetI(columns.index[x]));
+    const typename V::Places places = V::PlacesAt(columns.index + x);
     const typename V::F weight0 = V::LoadF(columns.weight0 + x), weight1 = V::LoadF(columns.weight1 + x);
-    const float* from = line + columns.index[x];
+    const typename V::F half = V::SetF(kHalf);
+    const float* from = line;
     for (int channel = 0; channel < channels; ++channel, from += plane) {
-      const typename V::F near = V::Mul(V::Permute(place, V::LoadF(from)), weight0);
-      V::StoreF(wide + channel * V::kLanes, V::Fma(V::Permute(place, V::LoadF(from + 1)), weight1, near));
+      typename V::F near, far;
+      V::Neighbours(from, places, &near, &far);
+      V::StoreF(wide + channel * V::kLanes, V::MulAdd(far, weight1, V::MulAdd(near, weight0, half)));
     }
   }
 }
@@ -44,35 +47,38 @@ PIXMORPH_INLINE MixAt<V> LoadMix(const SmoothMix& mix, const SmoothColumns& colu
   MixAt<V> at;
   at.weight0 = V::SetF(mix.weight0);
   at.weight1 = V::SetF(mix.weight1);
-  at.addend = V::SetF(kWatch == Watch::kNone ? kHalf : kHalf + kSpreadMargin);
+  at.addend = V::SetF(kSpreadMargin);
   at.riskyIfZero = V::SetI(kSpreadRiskyIfZero);
   if (kWatch == Watch::kInexactColumns) {
     const typename V::I exact = V::LoadI(columns.exactMask + x);
     at.riskyIfZero = V::Or(at.riskyIfZero, exact);
-    at.addend = V::Select(exact, V::SetF(kHalf), at.addend);
+    at.addend = V::Select(exact, V::SetF(0.0f), at.addend);
   }
   return at;
 }
 
-template <class V>
+template <class V, Watch kWatch>
 PIXMORPH_INLINE typename V::I MixedValues(const float* upper, const float* lower, const MixAt<V>& at) {
-  const typename V::F first = V::Fma(V::LoadF(upper), at.weight0, at.addend);
-  return V::Truncate(V::Fma(V::LoadF(lower), at.weight1, first));
+  const typename V::F samples = V::LoadF(upper);
+  const typename V::F first =
+      kWatch == Watch::kNone ? V::Mul(samples, at.weight0) : V::MulAdd(samples, at.weight0, at.addend);
+  return V::Truncate(V::MulAdd(V::LoadF(lower), at.weight1, first));
 }
 
 // One channel of a vector of new pixels by the definition: rows first, rounded after each step.
 template <class V>
 __attribute__((noinline)) typename V::I DefinedValues(const SmoothMix& mix, const SmoothColumns& columns,
                                                       std::int32_t x, int channel) {
-  const std::ptrdiff_t plane = SmoothPlaneFloats(columns.sourceWidth);
-  const std::ptrdiff_t from = columns.index[x] + plane * channel;
-  const typename V::I place = V::Sub(V::LoadI(columns.index + x), V::SetI(columns.index[x]));
+  const std::ptrdiff_t plane = SmoothPlaneFloats(columns.sourceWidth) * channel;
+  const typename V::Places places = V::PlacesAt(columns.index + x);
   const typename V::F weight0 = V::SetF(mix.weight0), weight1 = V::SetF(mix.weight1);
-  const auto blended = [&](std::ptrdiff_t at) {
-    const typename V::F above = V::Mul(V::Permute(place, V::LoadF(mix.upperLine + at)), weight0);
-    return V::Add(above, V::Mul(V::Permute(place, V::LoadF(mix.lowerLine + at)), weight1));
+  const auto blended = [&](typename V::F above, typename V::F below) {
+    return V::Add(V::Mul(above, weight0), V::Mul(below, weight1));
   };
-  return V::TruncateInDouble(blended(from), V::LoadF(columns.weight0 + x), blended(from + 1),
+  typename V::F near, far, nearBelow, farBelow;
+  V::Neighbours(mix.upperLine + plane, places, &near, &far);
+  V::Neighbours(mix.lowerLine + plane, places, &nearBelow, &farBelow);
+  return V::TruncateInDouble(blended(near, nearBelow), V::LoadF(columns.weight0 + x), blended(far, farBelow),
                              V::LoadF(columns.weight1 + x), double{kHalf});
 }
 
@@ -82,10 +88,11 @@ PIXMORPH_INLINE typename V::I MixedPixels(const SmoothMix& mix, const SmoothColu
   const MixAt<V> at = LoadMix<V, kWatch>(mix, columns, x);
   const float* upper = mix.upperWide + static_cast<std::ptrdiff_t>(x) * 4;
   const float* lower = mix.lowerWide + static_cast<std::ptrdiff_t>(x) * 4;
-  typename V::I blue = MixedValues<V>(upper, lower, at);
-  typename V::I green = MixedValues<V>(upper + V::kLanes, lower + V::kLanes, at);
-  typename V::I red = MixedValues<V>(upper + V::kLanes * 2, lower + V::kLanes * 2, at);
-  typename V::I top = kTop ? MixedValues<V>(upper + V::kLanes * 3, lower + V::kLanes * 3, at) : commonTop;
+  typename V::I blue = MixedValues<V, kWatch>(upper, lower, at);
+  typename V::I green = MixedValues<V, kWatch>(upper + V::kLanes, lower + V::kLanes, at);
+  typename V::I red = MixedValues<V, kWatch>(upper + V::kLanes * 2, lower + V::kLanes * 2, at);
+  typename V::I top =
+      kTop ? MixedValues<V, kWatch>(upper + V::kLanes * 3, lower + V::kLanes * 3, at) : commonTop;
   if (kWatch != Watch::kNone && V::AnyZero(at.riskyIfZero, blue, green, red, kTop ? top : red)) {
     blue = DefinedValues<V>(mix, columns, x, 0);
     green = DefinedValues<V>(mix, columns, x, 1);
@@ -116,9 +123,9 @@ PIXMORPH_INLINE void MixLinesOf(std::uint8_t* out, const SmoothMix& mix, const S
 
 template <class V>
 void MixLines(std::uint8_t* out, const SmoothMix& mix, const SmoothColumns& columns) {
-  if (!mix.exact) return MixLinesOf<V, Watch::kAll>(out, mix, columns);
-  if (!columns.allExact) return MixLinesOf<V, Watch::kInexactColumns>(out, mix, columns);
-  MixLinesOf<V, Watch::kNone>(out, mix, columns);
+  if (columns.clear || (mix.exact && columns.allExact)) return MixLinesOf<V, Watch::kNone>(out, mix, columns);
+  if (mix.exact) return MixLinesOf<V, Watch::kInexactColumns>(out, mix, columns);
+  MixLinesOf<V, Watch::kAll>(out, mix, columns);
 }
 
 }  // namespace

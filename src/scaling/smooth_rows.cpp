@@ -7,7 +7,7 @@ using kernels::PixelLayout;
 namespace {
 
 // Columns go first where every source row serves this many rows of the result.
-constexpr std::int32_t kSpreadFrom = 3;
+constexpr std::int32_t kSpreadFrom = 2;
 
 bool AreExact(const kernels::SmoothWeights& weights) {
   return kernels::IsExactSmoothWeight(weights.tap[1]) && kernels::IsExactSmoothWeight(weights.tap[2]);
@@ -68,6 +68,7 @@ void SmoothRows::FillColumns(std::int32_t* index, float* weight0, float* weight1
     exactMask[i] = exact ? -1 : 0;
     columns_.allExact = columns_.allExact && exact;
   }
+  columns_.clear = kernels::SmoothStaysClear(tables_.ColumnPeriod(), tables_.RowPeriod());
   columns_.index = index;
   columns_.weight0 = weight0;
   columns_.weight1 = weight1;
@@ -123,17 +124,15 @@ void SmoothRows::Interpolate(std::uint8_t* bgrx, std::int32_t y) {
   const std::int32_t s = tables_.RowIndex(y);
   const std::int32_t below = s + 1 < source_.height ? s + 1 : source_.height - 1;
   const int upper = Slot(s, below);
-  if (weights.tap[1] == 0.0f && weights.tap[2] == 1.0f) {
-    // Adding nothing of the row below changes no value.
-    kernels_.interpolateLine(bgrx, {lines_[upper], lineTop_[upper], true}, columns_);
-    return;
-  }
-  const int lower = Slot(below, s);
-  if (spreads_) {
+  // Adding nothing of the row below changes no value.
+  const bool alone = weights.tap[1] == 0.0f && weights.tap[2] == 1.0f;
+  const int lower = alone ? upper : Slot(below, s);
+  if (spreads_)
     MixWide(bgrx, upper, lower, weights);
-  } else {
+  else if (alone)
+    kernels_.interpolateLine(bgrx, {lines_[upper], lineTop_[upper], true}, columns_);
+  else
     InterpolateBlended(bgrx, upper, lower, weights);
-  }
 }
 
 void SmoothRows::Double(std::uint8_t* bgrx, std::int32_t y) {

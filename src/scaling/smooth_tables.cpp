@@ -36,7 +36,8 @@ void FillIndex(std::int32_t* index, std::int32_t count, std::int32_t source, std
   for (std::int32_t i = 0; i < count; ++i, position.Next()) index[i] = position.At().whole;
 }
 
-void FillWeights(kernels::SmoothWeights* weights, std::int32_t source, std::int32_t target) {
+// Returns the period.
+std::int32_t FillWeights(kernels::SmoothWeights* weights, std::int32_t source, std::int32_t target) {
   Stepper position(source, target);
   std::int32_t period = target;
   for (std::int32_t i = 0; i < target; ++i, position.Next()) {
@@ -44,6 +45,7 @@ void FillWeights(kernels::SmoothWeights* weights, std::int32_t source, std::int3
     weights[i] = i < period ? kernels::SmoothWeightsAt(static_cast<double>(position.At().rest) / target)
                             : weights[i - period];
   }
+  return period;
 }
 
 }  // namespace
@@ -77,8 +79,12 @@ void SmoothTables::FillIndexes() {
   FillIndex(rowIndex_.Get(), newHeight_, sourceHeight_, newHeight_);
 }
 
-void SmoothTables::FillColumnWeights() { FillWeights(columnWeights_.Get(), sourceWidth_, newWidth_); }
+void SmoothTables::FillColumnWeights() {
+  columnPeriod_ = FillWeights(columnWeights_.Get(), sourceWidth_, newWidth_);
+}
 
-void SmoothTables::FillRowWeights() { FillWeights(rowWeights_.Get(), sourceHeight_, newHeight_); }
+void SmoothTables::FillRowWeights() {
+  rowPeriod_ = FillWeights(rowWeights_.Get(), sourceHeight_, newHeight_);
+}
 
 }  // namespace pixmorph

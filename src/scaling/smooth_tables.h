@@ -27,11 +27,15 @@ class SmoothTables {
   std::int32_t RowIndex(std::int32_t y) const { return rowIndex_[y]; }
   const kernels::SmoothWeights* ColumnWeights() const { return columnWeights_.Get(); }
   const kernels::SmoothWeights& RowWeights(std::int32_t y) const { return rowWeights_[y]; }
+  // Weights repeat after so many new columns or rows, which lie at multiples of 1 / period between samples.
+  std::int32_t ColumnPeriod() const { return columnPeriod_; }
+  std::int32_t RowPeriod() const { return rowPeriod_; }
   // One entry per source column.
   float* RowBuffer() const { return rowBuffer_.Get(); }
 
  private:
   std::int32_t sourceWidth_, sourceHeight_, newWidth_, newHeight_;
+  std::int32_t columnPeriod_ = 0, rowPeriod_ = 0;
   WorkBuffer<std::int32_t> columnIndex_;
   WorkBuffer<std::int32_t> rowIndex_;
   WorkBuffer<kernels::SmoothWeights> columnWeights_;

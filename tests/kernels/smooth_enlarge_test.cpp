@@ -42,7 +42,7 @@ struct Columns {
       exactMask.push_back(exact ? -1 : 0);
       allExact = allExact && exact;
     }
-    form = {index.data(), weight0.data(), weight1.data(), exactMask.data(), allExact, newWidth, width};
+    form = {index.data(), weight0.data(), weight1.data(), exactMask.data(), allExact, false, newWidth, width};
   }
   std::vector<SmoothWeights> weights;
   std::vector<std::int32_t> index, exactMask;
@@ -91,9 +91,11 @@ bool MakeRowByMixing(const SmoothEnlargeKernels& kernels, std::uint8_t* out, Lin
 }
 
 // One row of an enlargement at height `t` between two rows, by a level and straight from the definition.
+// clear: what the kernels are told of the columns.
 void CheckRow(const SmoothEnlargeKernels& kernels, test::Random& random, int width, int newWidth, double t,
-              Content content) {
-  const Columns columns(width, newWidth);
+              Content content, bool clear = false) {
+  Columns columns(width, newWidth);
+  columns.form.clear = clear;
   const SmoothWeights weights = SmoothWeightsAt(t);
   const auto bytes = static_cast<std::size_t>(width) * 4;
   const auto at = random.OneIn(2) ? test::Fence::At::kEnd : test::Fence::At::kStart;
@@ -142,6 +144,22 @@ TEST_P(SmoothEnlarge, MakesTheBytesOfTheDefinition) {
     CheckRow(Kernels(), random, width, newWidth, static_cast<double>(random.Between(0, down - 1)) / down,
              static_cast<Content>(random.Between(0, 3)));
   }
+}
+
+// Periods at which nothing is looked at twice, because no value comes near a rounding boundary.
+TEST_P(SmoothEnlarge, NeedsNoSecondLookAtSomePeriods) {
+  test::Random random(13);
+  int pairs = 0;
+  for (int p = 1; p <= 15; ++p) {
+    for (int q = 1; q <= 15; ++q) {
+      if (!SmoothStaysClear(p, q)) continue;
+      ++pairs;
+      for (int round = 0; round < 6; ++round)
+        CheckRow(Kernels(), random, 500, 500 * p, static_cast<double>(random.Between(0, q - 1)) / q,
+                 static_cast<Content>(round % 2), true);
+    }
+  }
+  EXPECT_EQ(pairs, 14);
 }
 
 // Ratios whose sums lie on or beside a rounding boundary by the thousand: halves exactly, sixths because of
