@@ -1,10 +1,12 @@
 #include "effects/blur.h"
 
 #include "effects/blur_passes.h"
+#include "kernels/levels.h"
 #include "picture/editor.h"
 #include "runtime/yield.h"
 #include "support/numeric.h"
 #include "support/owned.h"
+#include "support/wide_registers.h"
 
 namespace pixmorph {
 namespace {
@@ -25,6 +27,7 @@ void Blur(PictureReader& reader, PictureWriter& writer, std::int64_t radius, Yie
 
 REALpictureStruct* BlurKTZ(REALpictureStruct* picture, double radius, std::int32_t yieldInterval) {
   if (!(radius >= 1)) return PictureRef::Retain(picture).Detach();
+  const WideRegisters wideRegisters(kernels::Kernels().wideStates);
   PictureReader reader;
   if (!reader.GetPictureReader(picture)) return nullptr;
   PictureWriter writer;

@@ -10,6 +10,7 @@
 #include "support/exceptions.h"
 #include "support/numeric.h"
 #include "support/owned.h"
+#include "support/wide_registers.h"
 
 namespace pixmorph {
 namespace {
@@ -95,6 +96,7 @@ bool DrawPictureF(REALpictureStruct* destination, REALpictureStruct* picture, do
                   double alpha, std::int32_t yieldInterval) {
   if (!destination) return RaiseNil("source is nil");
   if (!picture) return RaiseNil("picture is nil");
+  const WideRegisters wideRegisters(kernels::Kernels().wideStates);
   // Declared in the order of opening: what is open is given back in the reverse order on every way out.
   const PictureRef mask = PictureRef::Adopt(REALGetPictureMask(picture, 0));
   PictureEditor maskEditor;

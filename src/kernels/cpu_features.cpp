@@ -20,8 +20,8 @@ std::uint32_t SavedStates() {
   return low;
 }
 
-constexpr std::uint32_t kSavesAvx = 0x06;     // XMM and upper YMM halves
-constexpr std::uint32_t kSavesAvx512 = 0xE6;  // those, mask registers and both ZMM parts
+constexpr std::uint32_t kSavesAvx = kSseState | kAvxState;
+constexpr std::uint32_t kSavesAvx512 = kSavesAvx | kAvx512States;
 
 std::uint32_t If(bool condition, std::uint32_t feature) { return condition ? feature : 0; }
 

@@ -26,6 +26,11 @@ constexpr std::uint32_t kNeedsAvx2 = kNeedsSse41 | kFeatureAvx2 | kFeatureFma;
 constexpr std::uint32_t kNeedsAvx512 = kNeedsAvx2 | kFeatureAvx512F | kFeatureAvx512Bw | kFeatureAvx512Dq |
                                        kFeatureAvx512Vl | kFeatureAvx512Vbmi | kFeatureAvx512Vnni;
 
+// Register states, as bits of extended control register 0.
+constexpr std::uint32_t kSseState = 1u << 1;
+constexpr std::uint32_t kAvxState = 1u << 2;      // upper halves of YMM registers
+constexpr std::uint32_t kAvx512States = 7u << 5;  // mask registers and both parts of ZMM ones
+
 // Reads cpuid and the operating system's saved state (xgetbv).
 std::uint32_t DetectCpuFeatures();
 

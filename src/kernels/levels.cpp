@@ -16,14 +16,17 @@ PIXMORPH_LEVELS_OF(PackKernels, Pack);
 
 namespace {
 
-#define PIXMORPH_TABLE(name, Suffix)                                                                       \
+#define PIXMORPH_TABLE(name, Suffix, states)                                                               \
   {                                                                                                        \
-    name, Level::k##Suffix, &kAreaAverage##Suffix, &kSmoothEnlarge##Suffix, &kResample##Suffix,            \
+    name, Level::k##Suffix, states, &kAreaAverage##Suffix, &kSmoothEnlarge##Suffix, &kResample##Suffix,    \
         &kBlur##Suffix, &kDraw##Suffix, &kPack##Suffix                                                     \
   }
 constexpr KernelTable kTables[kLevelCount] = {
-    PIXMORPH_TABLE("scalar", Scalar), PIXMORPH_TABLE("sse2", Sse2),     PIXMORPH_TABLE("sse41", Sse41),
-    PIXMORPH_TABLE("avx2", Avx2),     PIXMORPH_TABLE("avx512", Avx512),
+    PIXMORPH_TABLE("scalar", Scalar, 0),
+    PIXMORPH_TABLE("sse2", Sse2, 0),
+    PIXMORPH_TABLE("sse41", Sse41, 0),
+    PIXMORPH_TABLE("avx2", Avx2, kAvxState),
+    PIXMORPH_TABLE("avx512", Avx512, kAvxState | kAvx512States),
 };
 #undef PIXMORPH_TABLE
 

@@ -21,6 +21,7 @@ constexpr int kLevelCount = 5;
 struct KernelTable {
   const char* name;  // "scalar", "sse2", "sse41", "avx2", "avx512": printed by tests, benchmarks and the tool
   Level level;
+  std::uint32_t wideStates;  // that its kernels use beyond SSE's, as bits of extended control register 0
   const AreaAverageKernels* areaAverage;
   const SmoothEnlargeKernels* smoothEnlarge;
   const ResampleKernels* resample;

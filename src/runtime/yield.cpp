@@ -5,6 +5,7 @@
 #include "host/old_system_symbols.h"
 #include "host/services.h"
 #include "support/numeric.h"
+#include "support/wide_registers.h"
 
 namespace pixmorph {
 
@@ -35,6 +36,7 @@ void YieldData::DoYield() {
   const std::int64_t needed = inTicks ? std::int64_t{interval} : -std::int64_t{interval};
   const std::int32_t now = inTicks ? NowTicks() : NowMilliseconds();
   if (Distance(now, lastYield) < needed) return;
+  LeaveWideRegisters();
   REALYieldToRB();
   // Read again: time spent in the runtime does not count towards the next interval.
   lastYield = inTicks ? NowTicks() : NowMilliseconds();

@@ -10,43 +10,6 @@ namespace pixmorph {
 
 namespace {
 
-// Remembers filter values by their exact argument. Distances repeat with the ratio's period, and a filter
-// made of two sines costs far more than the look-up.
-class FilterMemory {
- public:
-  // `count` lists will ask: for a few the whole memory would take longer to clear than it saves.
-  FilterMemory(const Filter& filter, std::int32_t count) : weight_(filter.weight) {
-    while (slotBits_ < kMostSlotBits && count > (1 << slotBits_) / 4) ++slotBits_;
-    // Arguments are never negative, so no slot matches before it is filled.
-    for (std::uint32_t n = 0; n < 1u << slotBits_; ++n) slots_[n].argument = -1.0;
-  }
-
-  double Weight(double t) {
-    Slot& slot = slots_[SlotOf(t)];
-    if (slot.argument != t) slot = {t, weight_(t)};
-    return slot.weight;
-  }
-
- private:
-  struct Slot {
-    double argument;
-    double weight;
-  };
-  static constexpr int kLeastSlotBits = 6, kMostSlotBits = 10;
-
-  std::uint32_t SlotOf(double t) const {
-    std::uint64_t bits;
-    memcpy(&bits, &t, sizeof bits);
-    const auto folded =
-        static_cast<std::uint32_t>(bits) * 0x85EBCA6Bu + static_cast<std::uint32_t>(bits >> 32);
-    return (folded * 0x9E3779B1u) >> (32 - slotBits_);
-  }
-
-  double (*weight_)(double);
-  int slotBits_ = kLeastSlotBits;
-  Slot slots_[1 << kMostSlotBits];
-};
-
 // Where a list looks for taps.
 struct Window {
   double centre = 0.0;
@@ -93,22 +56,51 @@ class ListMemory {
   Window windows_[1 << kSlotBits];
 };
 
-// The taps of the list with that window, into its `capacity` entries.
-void FillList(FilterMemory& filter, const ResampleAxis& axis, const Window& window, std::int64_t capacity,
-              ContributionList& list) {
-  const double centre = window.centre;
-  double sum = 0.0;
-  for (std::int32_t j = window.first; j <= window.last; ++j) {
-    const double distance = centre - j - 0.5;
-    const double x = axis.scale < 1.0 ? distance * axis.scale : distance;
-    const double weight = filter.Weight(x < 0.0 ? -x : x);
-    if (weight == 0.0) continue;
-    // The room is enough for exact arithmetic; a rounding at the window's very end must not pass it.
-    if (list.count == capacity) break;
-    list.entries[list.count++] = {static_cast<float>(weight), j};
-    sum += weight;
+// Whether all numbers within `error` of x are the same as a float.
+bool RoundsAlike(double x, double error) {
+  return static_cast<float>(x - error) == static_cast<float>(x + error);
+}
+
+double Magnitude(double x) { return x < 0.0 ? -x : x; }
+
+// Samples whose weights are formed together.
+constexpr std::int32_t kPiece = 32;
+
+// The weights of `count` samples from `first` on, or estimates that as floats are the same.
+void FormWeights(const Filter& filter, const ResampleAxis& axis, double centre, std::int32_t first,
+                 std::int32_t count, bool estimated, double* weights) {
+  double distances[kPiece];
+  for (std::int32_t n = 0; n < count; ++n) {
+    const double distance = centre - (first + n) - 0.5;
+    distances[n] = Magnitude(axis.scale < 1.0 ? distance * axis.scale : distance);
+  }
+  if (estimated) filter.estimate(distances, count, weights);
+  for (std::int32_t n = 0; n < count; ++n)
+    if (!estimated || (filter.error != 0.0 && !RoundsAlike(weights[n], Magnitude(weights[n]) * filter.error)))
+      weights[n] = filter.weight(distances[n]);
+}
+
+// The taps of the list with that window, into its `capacity` entries. False when the sum of what was
+// estimated may be another float than that of the weights.
+bool FillList(const Filter& filter, bool estimated, const ResampleAxis& axis, const Window& window,
+              std::int64_t capacity, ContributionList& list) {
+  double weights[kPiece], sum = 0.0, size = 0.0;
+  list.count = 0;
+  for (std::int32_t first = window.first; first <= window.last; first += kPiece) {
+    const std::int32_t left = window.last - first + 1, count = left < kPiece ? left : kPiece;
+    FormWeights(filter, axis, window.centre, first, count, estimated, weights);
+    for (std::int32_t n = 0; n < count; ++n) {
+      if (weights[n] == 0.0) continue;
+      // The room is enough for exact arithmetic; a rounding at the window's very end must not pass it.
+      if (list.count == capacity) break;
+      list.entries[list.count++] = {static_cast<float>(weights[n]), first + n};
+      sum += weights[n];
+      size += Magnitude(weights[n]);
+    }
   }
   list.weightSum = static_cast<float>(sum);
+  // Each addition rounds, too, on both sides.
+  return !estimated || filter.error == 0.0 || RoundsAlike(sum, size * (filter.error + list.count * 0x1p-52));
 }
 
 // The same list `shift` samples further on.
@@ -134,7 +126,6 @@ bool ContributionTable::Allocate(std::int32_t count) {
 }
 
 void ContributionTable::Build(const Filter& filter, const ResampleAxis& axis) {
-  FilterMemory memory(filter, axis.count);
   ListMemory known;
   const double radius = axis.Radius(filter);
   const std::int64_t capacity = axis.Capacity(filter);
@@ -149,8 +140,8 @@ void ContributionTable::Build(const Filter& filter, const ResampleAxis& axis) {
     const std::int32_t shift = like < 0 ? -1 : window.ShiftFrom(other);
     if (shift >= 0)
       MoveList(lists_[like], shift, list);
-    else
-      FillList(memory, axis, window, capacity, list);
+    else if (!FillList(filter, true, axis, window, capacity, list))
+      FillList(filter, false, axis, window, capacity, list);
   }
 }
 

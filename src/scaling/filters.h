@@ -19,6 +19,10 @@ double cubicFilter(double t);     // cubic convolution over six samples
 struct Filter {
   double (*weight)(double t);
   double support;  // half-width of the window in which taps are looked for
+  // The weights of `count` distances at once, or many times faster what is within `error` of each,
+  // relatively, and 0 where that is 0.
+  void (*estimate)(const double* distances, std::int32_t count, double* weights);
+  double error;  // 0: they are the weights
 };
 
 constexpr std::int32_t kFirstFilterMode = 1;

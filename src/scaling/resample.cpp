@@ -9,6 +9,7 @@
 #include "scaling/fused_resample.h"
 #include "support/numeric.h"
 #include "support/owned.h"
+#include "support/wide_registers.h"
 
 namespace pixmorph {
 
@@ -138,6 +139,7 @@ REALpictureStruct* PictureScalingKTZ(REALpictureStruct* pic, std::int32_t mode, 
                                      std::int32_t height, std::int32_t interval) {
   if (!pic || height < 1 || width < 1) return nullptr;
   if (mode < kFirstFilterMode || mode > kLastFilterMode) return nullptr;
+  const WideRegisters wideRegisters(kernels::Kernels().wideStates);
   return kInstances[mode - kFirstFilterMode](pic, width, height, interval);
 }
 

@@ -1,10 +1,12 @@
 #include "scaling/scale.h"
 
+#include "kernels/levels.h"
 #include "picture/utilities.h"
 #include "runtime/yield.h"
 #include "scaling/area_average.h"
 #include "scaling/smooth_enlarge.h"
 #include "support/owned.h"
+#include "support/wide_registers.h"
 
 namespace pixmorph {
 
@@ -57,6 +59,7 @@ REALpictureStruct* ResizeImageAndMaskInternal(REALpictureStruct* picture, int wi
 
 REALpictureStruct* PictureResizeKTZ(REALpictureStruct* self, int width, int height, signed char antiAlias,
                                     int yieldTicks) {
+  const WideRegisters wideRegisters(kernels::Kernels().wideStates);
   StartYields(yieldTicks);
   const int sourceWidth = GetPictureWidth(self);
   const int sourceHeight = GetPictureHeight(self);
@@ -71,6 +74,7 @@ REALpictureStruct* PictureResizeKTZ(REALpictureStruct* self, int width, int heig
 REALpictureStruct* PictureResizeImageAndMaskKTZ(REALpictureStruct* self, int width, int height,
                                                 signed char antiAlias, int yieldTicks) {
   if (!self) return nullptr;
+  const WideRegisters wideRegisters(kernels::Kernels().wideStates);
   StartYields(yieldTicks);
   const int sourceWidth = GetPictureWidth(self);
   const int sourceHeight = GetPictureHeight(self);

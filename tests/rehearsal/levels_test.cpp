@@ -15,6 +15,7 @@
 #include "scaling/resample.h"
 #include "scaling/scale.h"
 #include "tests/support/random.h"
+#include "tests/support/wide_registers.h"
 
 // Whole calls of the methods on random pictures: every level gives what the scalar one gives, each byte of a
 // row.
@@ -174,6 +175,32 @@ TEST(WholeMethods, GiveTheSameBytesOnEveryLevel) {
           << "PIXMORPH_CASE=" << number << " at " << pixmorph::kernels::Kernels().name << ": " << call.Told();
     }
     if ((number + 1) % 100000 == 0) std::printf("%d cases\n", number + 1);
+  }
+  pixmorph::kernels::ForceLevel(best);
+}
+
+// SSE code of the application must not pay for the plugin's AVX code, neither afterwards nor in yields.
+TEST(WholeMethods, LeaveTheWideRegisters) {
+  if (!test::TellsStatesInUse()) GTEST_SKIP() << "this processor doesn't tell";
+  const Level best = pixmorph::kernels::BestLevel();
+  for (int level = static_cast<int>(Level::kAvx2); level <= static_cast<int>(best); ++level) {
+    ASSERT_TRUE(pixmorph::kernels::ForceLevel(static_cast<Level>(level)));
+    // Of those that 32-bit code has: a 64-bit C library uses the upper sixteen registers, too.
+    std::uint32_t states = pixmorph::kernels::Kernels().wideStates & ~(1u << 7);
+    for (int number = 0; number < 100; ++number) {
+      test::Random random(static_cast<std::uint64_t>(number));
+      const Case call(random);
+      call.Run();
+      ASSERT_EQ(0u, test::StatesInUse(states)) << call.Told();
+    }
+    test::Random random(1);
+    const PicturePtr picture = Made(random, 600, 600, pixmorph::kPixelHostRGB32);
+    rehearsal::gOnYieldContext = &states;
+    rehearsal::gOnYield = [](void* context) {
+      EXPECT_EQ(0u, test::StatesInUse(*static_cast<std::uint32_t*>(context)));
+    };
+    Own(pixmorph::PictureScalingKTZ(picture.get(), 4, 1201, 1203, -1));
+    rehearsal::gOnYield = nullptr;
   }
   pixmorph::kernels::ForceLevel(best);
 }
