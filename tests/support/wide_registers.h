@@ -7,20 +7,27 @@
 
 namespace test {
 
-// Whether the processor tells which register states are in use.
-inline bool TellsStatesInUse() {
-  unsigned int a = 0, b = 0, c = 0, d = 0;
-  if (!__get_cpuid(1, &a, &b, &c, &d) || !(c & bit_OSXSAVE)) return false;
-  return __get_cpuid_count(0xD, 1, &a, &b, &c, &d) && (a & 4u);
+// The register states in use, as bits of extended control register 0.
+inline std::uint32_t AllStatesInUse() {
+  std::uint32_t low, high;
+  __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(1));
+  return low;
 }
 
-// Those of `states` (bits of extended control register 0) that are in use once SSE instructions have run:
-// where upper halves are not known to be unused, these instructions keep them.
+// Whether the processor, which has AVX, tells. Emulators may call all of them in use.
+inline bool TellsStatesInUse() {
+  unsigned int a = 0, b = 0, c = 0, d = 0;
+  if (!__get_cpuid(1, &a, &b, &c, &d) || !(c & bit_OSXSAVE) || !(c & bit_AVX)) return false;
+  if (!__get_cpuid_count(0xD, 1, &a, &b, &c, &d) || !(a & 4u)) return false;
+  __asm__ volatile("vzeroupper");
+  return (AllStatesInUse() & 4u) == 0;
+}
+
+// Those of `states` that are in use once SSE instructions have run: where upper halves are not known to be
+// unused, these instructions keep them.
 inline std::uint32_t StatesInUse(std::uint32_t states) {
-  std::uint32_t low, high;
   __asm__ volatile("addpd %%xmm0, %%xmm1\n\tmovapd %%xmm1, %%xmm0" : : : "xmm0", "xmm1");
-  __asm__ volatile("xgetbv" : "=a"(low), "=d"(high) : "c"(1));
-  return low & states;
+  return AllStatesInUse() & states;
 }
 
 }  // namespace test
