@@ -7,6 +7,8 @@ namespace {
 
 // Rows rarely begin on a 64-byte boundary: where loads outweigh the arithmetic, wider ones only lose.
 void DrawRow(const DrawPlan& plan, const DrawRows& rows) {
+  // For AVX-512 compilers load the bytes that are looked up by way of mask registers.
+  if (plan.tabled) return kDrawAvx2.drawRow(plan, rows);
   DrawRow<VecAvx2, VecAvx512Doubles>(plan, kPackAvx512, rows);
 }
 

@@ -1,13 +1,15 @@
 #ifndef PIXMORPH_KERNELS_DRAW_MASKED_H_
 #define PIXMORPH_KERNELS_DRAW_MASKED_H_
 
+#include <type_traits>
+
 #include "kernels/draw_halfway.h"
 #include "kernels/draw_mask_tables.h"
 #include "kernels/draw_redo.h"
 
-// Drawing through a mask by its tables. The destination's own part is estimated with eight bits for the
-// fraction, by less than one unit too small, so that its whole part can only be wrong where the fraction has
-// no 0 bit. Included by the files of the instruction sets only.
+// Drawing through a mask by its tables. The destination's own part is estimated with 16 bits for the
+// fraction, too small by less than the colour and half a unit: its whole part can only be wrong where adding
+// the colour to the fraction leaves no 0 bit in it. Included by the files of the instruction sets only.
 namespace pixmorph::kernels {
 namespace {
 
@@ -31,50 +33,90 @@ struct MaskedSums {
   }
 };
 
-// The destination's own part.
+// What hides pixels: the numbers of 16 bits in each 32-bit lane are those of two neighbours.
 template <class V>
-class MaskedRest {
- public:
-  explicit MaskedRest(const MaskTables& tables) : rest_(V::Set32(static_cast<std::uint32_t>(tables.rest))) {
-    for (int row = 0; row < 2; ++row)
-      high_[row] = V::Set32(tables.high[row]), low_[row] = V::Set32(tables.low[row]);
+PIXMORPH_INLINE V HiddenPairs(const std::uint8_t* first, const std::uint8_t* second) {
+  return V::Or(V::And(V::ShiftRight32(V::Load(first), 16), V::Set32(0x000000FF)),
+               V::And(V::Load(second), V::Set32(0x00FF0000)));
+}
+
+// By how much two neighbours that are hidden raise the destination's share, for each unit: in 2^-kUnitBits,
+// the first neighbour's in the low half.
+template <class V>
+struct HiddenWeights {
+  HiddenWeights(std::uint32_t highBits, std::uint32_t lowBits)
+      : high(V::Set32(highBits)), low(V::Set32(lowBits)) {}
+
+  // In 2^-kRestBits.
+  PIXMORPH_INLINE_MEMBER V Of(V pairs) const {
+    constexpr int kFiner = MaskTables::kUnitBits - MaskTables::kRestBits;
+    return V::Add32(V::ShiftLeft32(V::AddPairs16(V::Zero(), pairs, high), MaskTables::kLowBits - kFiner),
+                    V::ShiftRight32(V::AddPairs16(V::Zero(), pairs, low), kFiner));
   }
 
-  // Adds it for the pixels `old`. Bits of bytes: set where it may be wrong.
-  PIXMORPH_INLINE_MEMBER std::uint32_t Add(V old, const std::uint8_t* upperMask,
-                                           const std::uint8_t* lowerMask, MaskedSums<V>& sums) const {
-    const V factors = Factors(upperMask, lowerMask), whole = V::Set16(0xFF);
-    const V colours = V::And(old, V::Set32(0x00FFFFFF));
-    const V low =
-        V::MulHigh16(V::template Unpack8Times256<true>(colours), V::template Twice32<true>(factors));
-    const V high =
-        V::MulHigh16(V::template Unpack8Times256<false>(colours), V::template Twice32<false>(factors));
-    sums.Add({V::ShiftRight16(low, 8), V::ShiftRight16(high, 8)});
-    return V::Signs8(
-        V::PackSigned16(V::Equal16(V::And(low, whole), whole), V::Equal16(V::And(high, whole), whole)));
+  V high, low;
+};
+
+// The destination's share of each pixel, in 2^-kRestBits; may be below 0.
+template <class V>
+class MaskedShares {
+ public:
+  MaskedShares(const MaskTables& tables, const DrawSpan&)
+      : rest_(V::Set32(static_cast<std::uint32_t>(tables.rest))),
+        upper_(tables.high[0], tables.low[0]),
+        lower_(tables.high[1], tables.low[1]) {}
+
+  PIXMORPH_INLINE_MEMBER V Next(const std::uint8_t* upper, const std::uint8_t* lower) {
+    const V above = upper_.Of(HiddenPairs<V>(upper, upper + 4));
+    return V::Add32(V::Add32(rest_, above), lower_.Of(HiddenPairs<V>(lower, lower + 4)));
   }
 
  private:
-  // Of each pixel's two neighbours in one row what hides them, the left one in the low half.
-  PIXMORPH_INLINE_MEMBER static V Hidden(const std::uint8_t* mask) {
-    return V::Or(V::And(V::ShiftRight32(V::Load(mask), 16), V::Set32(0x000000FF)),
-                 V::And(V::Load(mask + 4), V::Set32(0x00FF0000)));
-  }
-  // In 2^-16, in both halves of 32-bit lanes.
-  PIXMORPH_INLINE_MEMBER V Factors(const std::uint8_t* upperMask, const std::uint8_t* lowerMask) const {
-    const V upper = Hidden(upperMask), lower = Hidden(lowerMask);
-    const V high = V::AddPairs16(V::AddPairs16(V::Zero(), upper, high_[0]), lower, high_[1]);
-    const V low = V::AddPairs16(V::AddPairs16(V::Zero(), upper, low_[0]), lower, low_[1]);
-    constexpr int kFiner = MaskTables::kUnitBits - MaskTables::kRestBits;
-    const V more =
-        V::Add32(V::ShiftLeft32(high, MaskTables::kLowBits - kFiner), V::ShiftRight32(low, kFiner));
-    const V factors = V::ShiftRight32(V::NotNegative32(V::Add32(rest_, more)), MaskTables::kRestBits - 16);
-    return V::Or(factors, V::ShiftLeft32(factors, 16));
+  V rest_;
+  HiddenWeights<V> upper_, lower_;
+};
+
+// The same where left and right neighbours weigh the same, from left to right: each column is looked at once.
+template <class V>
+class HalfwayShares {
+ public:
+  HalfwayShares(const MaskTables& tables, const DrawSpan& span)
+      : rest_(V::Set32(static_cast<std::uint32_t>(tables.rest))),
+        columns_(Both(tables.high), Both(tables.low)),
+        before_(V::FirstEverywhere32(columns_.Of(HiddenPairs<V>(span.upperMask, span.lowerMask)))) {}
+
+  PIXMORPH_INLINE_MEMBER V Next(const std::uint8_t* upper, const std::uint8_t* lower) {
+    const V right = columns_.Of(HiddenPairs<V>(upper + 4, lower + 4));
+    const V left = V::Before32(before_, right);
+    before_ = right;
+    return V::Add32(V::Add32(rest_, left), right);
   }
 
+ private:
+  // Of the upper and the lower row.
+  static std::uint32_t Both(const std::uint32_t (&rows)[2]) { return (rows[0] & 0xFFFF) | rows[1] << 16; }
+
   V rest_;
-  V high_[2], low_[2];
+  HiddenWeights<V> columns_;
+  V before_;
 };
+
+template <class V>
+PIXMORPH_INLINE V UnsureProducts(V colours, V factors) {
+  const V fractions = V::MulLow16(colours, factors);
+  return V::Equal16(V::AddSaturated16(fractions, colours), V::Set16(-1));
+}
+
+// Adds the destination's own part of the pixels `old`. Bits of bytes: set where it may be wrong.
+template <class V>
+PIXMORPH_INLINE std::uint32_t AddRest(V old, V shares, MaskedSums<V>& sums) {
+  const V once = V::ShiftRight32(V::NotNegative32(shares), MaskTables::kRestBits - 16);
+  const V factors = V::Or(once, V::ShiftLeft32(once, 16)), colours = V::And(old, V::Set32(0x00FFFFFF));
+  const V low = V::UnpackLow8(colours), lowFactors = V::template Twice32<true>(factors);
+  const V high = V::UnpackHigh8(colours), highFactors = V::template Twice32<false>(factors);
+  sums.Add({V::MulHigh16(low, lowFactors), V::MulHigh16(high, highFactors)});
+  return V::Signs8(V::PackSigned16(UnsureProducts(low, lowFactors), UnsureProducts(high, highFactors)));
+}
 
 // What the block of source columns `at` bytes behind the span's first gives to the destination columns that
 // have it on their right.
@@ -88,13 +130,14 @@ PIXMORPH_INLINE MaskedSums<V> RightSums(const MaskTables& tables, const DrawSpan
 
 template <class V, class D, bool kHalfway>
 PIXMORPH_INLINE void DrawByTables(const DrawPlan& plan, const DrawSpan& span, std::int32_t count) {
+  if (count < V::kPixels) return DrawDoubles<D>(plan, span, count);
   const MaskTables& tables = *plan.maskTables;
-  const MaskedRest<V> rest(tables);
+  std::conditional_t<kHalfway, HalfwayShares<V>, MaskedShares<V>> shares(tables, span);
   const V top = V::Set32(TopByteMask(plan.destination));
   PixelsToRedo<V, D> redo(plan, span);
   // Where left and right neighbours weigh the same: the columns before, the last one in the last place.
   V before = V::Zero();
-  if (kHalfway && count >= V::kPixels) before = V::FirstEverywhere64(RightSums<V>(tables, span, 0).low);
+  if (kHalfway) before = V::FirstEverywhere64(RightSums<V>(tables, span, 0).low);
   std::int32_t x = 0;
   for (; x + V::kPixels <= count; x += V::kPixels) {
     const std::ptrdiff_t at = 4 * static_cast<std::ptrdiff_t>(x);
@@ -108,7 +151,7 @@ PIXMORPH_INLINE void DrawByTables(const DrawPlan& plan, const DrawSpan& span, st
       sums.Add(span.lower + at, span.lowerMask + at, tables.factors[kLowerLeft]);
     }
     const V old = V::Load(span.to + at);
-    const std::uint32_t unsure = rest.Add(old, span.upperMask + at, span.lowerMask + at, sums);
+    const std::uint32_t unsure = AddRest(old, shares.Next(span.upperMask + at, span.lowerMask + at), sums);
     const V pixels = V::Pack16(sums.low, sums.high);
     redo.Add(x, old, (unsure & 0x77777777) | (V::Signs8(pixels) & 0x88888888));
     V::WithTops(pixels, top).Store(span.to + at);

@@ -49,6 +49,7 @@ struct VecAvx2 {
   PIXMORPH_OP Or(Self a, Self b) { return {_mm256_or_si256(a.r, b.r)}; }
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm256_xor_si256(a.r, b.r)}; }
   PIXMORPH_OP Add16(Self a, Self b) { return {_mm256_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP AddSaturated16(Self a, Self b) { return {_mm256_adds_epu16(a.r, b.r)}; }
   PIXMORPH_OP Sub16(Self a, Self b) { return {_mm256_sub_epi16(a.r, b.r)}; }
   PIXMORPH_OP Add8(Self a, Self b) { return {_mm256_add_epi8(a.r, b.r)}; }
   PIXMORPH_OP Greater16(Self a, Self b) { return {_mm256_cmpgt_epi16(a.r, b.r)}; }
@@ -75,10 +76,6 @@ struct VecAvx2 {
   // Within each 16 bytes: the bytes of the first or the last two pixels as 16-bit numbers, and back.
   PIXMORPH_OP UnpackLow8(Self a) { return {_mm256_unpacklo_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm256_unpackhi_epi8(a.r, Zero().r)}; }
-  template <bool kLow>
-  PIXMORPH_OP Unpack8Times256(Self a) {
-    return {kLow ? _mm256_unpacklo_epi8(Zero().r, a.r) : _mm256_unpackhi_epi8(Zero().r, a.r)};
-  }
   // The 32-bit lanes of the same pixels, each twice.
   template <bool kLow>
   PIXMORPH_OP Twice32(Self a) {
@@ -100,6 +97,11 @@ struct VecAvx2 {
   PIXMORPH_OP HighBefore64(Self low, Self high) {
     return {
         _mm256_castpd_si256(_mm256_shuffle_pd(_mm256_castsi256_pd(low.r), _mm256_castsi256_pd(high.r), 0x5))};
+  }
+  // The same for 32-bit lanes.
+  PIXMORPH_OP FirstEverywhere32(Self a) { return {_mm256_broadcastd_epi32(_mm256_castsi256_si128(a.r))}; }
+  PIXMORPH_OP Before32(Self before, Self a) {
+    return {_mm256_alignr_epi8(a.r, _mm256_permute2x128_si256(before.r, a.r, 0x21), 12)};
   }
   PIXMORPH_INLINE_MEMBER static std::uint32_t Signs8(Self a) {
     return static_cast<std::uint32_t>(_mm256_movemask_epi8(a.r));

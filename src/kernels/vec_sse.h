@@ -49,6 +49,7 @@ struct VecSse {
   PIXMORPH_OP Or(Self a, Self b) { return {_mm_or_si128(a.r, b.r)}; }
   PIXMORPH_OP Xor(Self a, Self b) { return {_mm_xor_si128(a.r, b.r)}; }
   PIXMORPH_OP Add16(Self a, Self b) { return {_mm_add_epi16(a.r, b.r)}; }
+  PIXMORPH_OP AddSaturated16(Self a, Self b) { return {_mm_adds_epu16(a.r, b.r)}; }
   PIXMORPH_OP Sub16(Self a, Self b) { return {_mm_sub_epi16(a.r, b.r)}; }
   PIXMORPH_OP Add8(Self a, Self b) { return {_mm_add_epi8(a.r, b.r)}; }
   PIXMORPH_OP Greater16(Self a, Self b) { return {_mm_cmpgt_epi16(a.r, b.r)}; }
@@ -75,10 +76,6 @@ struct VecSse {
   // Within each 16 bytes: the bytes of the first or the last two pixels as 16-bit numbers, and back.
   PIXMORPH_OP UnpackLow8(Self a) { return {_mm_unpacklo_epi8(a.r, Zero().r)}; }
   PIXMORPH_OP UnpackHigh8(Self a) { return {_mm_unpackhi_epi8(a.r, Zero().r)}; }
-  template <bool kLow>
-  PIXMORPH_OP Unpack8Times256(Self a) {
-    return {kLow ? _mm_unpacklo_epi8(Zero().r, a.r) : _mm_unpackhi_epi8(Zero().r, a.r)};
-  }
   // The 32-bit lanes of the same pixels, each twice.
   template <bool kLow>
   PIXMORPH_OP Twice32(Self a) {
@@ -94,6 +91,11 @@ struct VecSse {
   PIXMORPH_OP FirstEverywhere64(Self a) { return {_mm_unpacklo_epi64(a.r, a.r)}; }
   PIXMORPH_OP LowBefore64(Self before, Self low, Self) { return HighBefore64(before, low); }
   PIXMORPH_OP HighBefore64(Self low, Self high) { return {Across64(low.r, high.r)}; }
+  // The same for 32-bit lanes.
+  PIXMORPH_OP FirstEverywhere32(Self a) { return {_mm_shuffle_epi32(a.r, 0)}; }
+  PIXMORPH_OP Before32(Self before, Self a) {
+    return Or({_mm_slli_si128(a.r, 4)}, {_mm_srli_si128(before.r, 12)});
+  }
   PIXMORPH_INLINE_MEMBER static std::uint32_t Signs8(Self a) {
     return static_cast<std::uint32_t>(_mm_movemask_epi8(a.r));
   }
