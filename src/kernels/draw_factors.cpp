@@ -7,6 +7,34 @@ namespace {
 
 constexpr std::uint32_t kMostColour = 255;
 
+struct Fraction {
+  std::uint32_t numerator, denominator;
+};
+
+// The one of the smallest denominator from low to high, by their continued fractions.
+Fraction Simplest(Fraction low, Fraction high) {
+  const std::uint32_t whole = low.numerator / low.denominator;
+  const std::uint32_t lowRest = low.numerator - whole * low.denominator;
+  const std::uint32_t highRest = high.numerator - whole * high.denominator;
+  if (lowRest == 0) return {whole, 1};
+  if (highRest >= high.denominator) return {whole + 1, 1};
+  const Fraction inverse = Simplest({high.denominator, highRest}, {low.denominator, lowRest});
+  return {whole * inverse.numerator + inverse.denominator, inverse.numerator};
+}
+
+// Whether no product of a colour and a number from the weight to the factor is whole: their products with a
+// colour then have the same whole part. The ends are moved apart to multiples of 2^-24, whose products with
+// colours are too far from other whole numbers for doubles to round them there.
+bool NoneWholeBetween(double weight, double factor) {
+  constexpr std::uint32_t kOne = 1u << 24;
+  const bool above = factor > weight;
+  const std::int32_t low = TruncateInRange((above ? weight : factor) * kOne);
+  const std::int32_t high = TruncateInRange((above ? factor : weight) * kOne) + 1;
+  const Fraction simplest =
+      Simplest({static_cast<std::uint32_t>(low), kOne}, {static_cast<std::uint32_t>(high), kOne});
+  return simplest.denominator > kMostColour;
+}
+
 // `exact` is the weight in the factor's units. Products can only differ where the factor's is as near to a
 // whole number as the factor's distance from the weight makes them differ; there the colour is tried.
 // Fractions and distances are numbers of 32 bits behind the point.
@@ -27,12 +55,15 @@ bool Matches(double weight, double exact, std::uint32_t factor, std::int32_t bit
 
 }  // namespace
 
-// One next to the weight.
+// One next to the weight. Of most weights the first or the second will do without a look at each colour.
 bool FindFactor(double weight, std::int32_t shift, std::uint16_t* factor) {
-  const double exact = weight * (65536 << shift);
-  const std::int32_t below = TruncateToInt32(exact);
-  for (std::int32_t candidate = below + 1; candidate >= below - 1; --candidate) {
-    if (candidate < 0 || candidate > 65535) continue;
+  const double one = 65536 << shift, exact = weight * one;
+  const std::int32_t below = TruncateToInt32(exact), most = below < 65535 ? below + 1 : 65535;
+  for (std::int32_t candidate = most; candidate >= below; --candidate) {
+    *factor = static_cast<std::uint16_t>(candidate);
+    if (NoneWholeBetween(weight, candidate / one)) return true;
+  }
+  for (std::int32_t candidate = most; candidate >= below - 1 && candidate >= 0; --candidate) {
     *factor = static_cast<std::uint16_t>(candidate);
     if (Matches(weight, exact, *factor, 16 + shift)) return true;
   }

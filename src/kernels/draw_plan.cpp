@@ -4,7 +4,7 @@
 namespace pixmorph::kernels {
 namespace {
 
-constexpr std::int64_t kPixelsWorthAFactor = 1024, kPixelsWorthATable = 1 << 16;
+constexpr std::int64_t kPixelsWorthAFactor = 1024, kPixelsWorthATable = 1 << 15;
 
 bool IsTame(double weight) {
   const double size = weight < 0 ? -weight : weight;
