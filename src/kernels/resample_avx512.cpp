@@ -65,8 +65,8 @@ struct Words512 {
 #undef PIXMORPH_OP
 };
 
-// Other boxes go faster by the general passes here.
-using Averages = AveragePasses<kAreaAverageAvx512, true>;
+// One row at a time goes a tenth faster by half vectors; boxes that don't tile, by the general passes.
+using Averages = AveragePasses<kAreaAverageAvx2, true>;
 using Pairs = PairPasses<Words512>;
 
 }  // namespace

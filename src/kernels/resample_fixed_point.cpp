@@ -81,13 +81,4 @@ std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const Fix
          fixed.error * ErrorsAbove(axis, block, fixed);
 }
 
-double UnsureShare(const AxisWeights& axis, const FixedPoint& fixed) {
-  double ties = 0.0;
-  for (std::int32_t b = 0; b < axis.blockCount; ++b) {
-    const double step = TiesOf(axis, axis.blocks[b]).step;
-    if (step > ties && ErrorsAbove(axis, axis.blocks[b], fixed) == 1) ties = step;
-  }
-  return 2.0 * fixed.error / fixed.unit + ties;
-}
-
 }  // namespace pixmorph::kernels

@@ -48,9 +48,6 @@ bool RoundErrorUp(FixedPoint& fixed);
 // fractions below 2 errors where that brings nothing else there. [pure]
 std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed);
 
-// The share of sums, 0 .. 1, whose fraction can be expected below 2 errors, for samples of every kind. [pure]
-double UnsureShare(const AxisWeights& axis, const FixedPoint& fixed);
-
 }  // namespace pixmorph::kernels
 
 #endif  // PIXMORPH_KERNELS_RESAMPLE_FIXED_POINT_H_

@@ -46,10 +46,11 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
   const std::int32_t count = axis.exact.count;
   NextRows next(rows + 4, axis.exact.sourceLength, count / 4);
   Unsure unsure;
-  // Groups are four rows of one column and the next.
-  const auto redo = [&](std::int32_t first, std::int32_t n, std::uint32_t) {
-    const std::int32_t column = first + n / 4;
-    if (column < count) RedoColumn(axis.exact, column, rows[n % 4], slot + PlaceOf(column) + n % 4);
+  // Bits are the channels of four rows of one column and the next.
+  const auto redo = [&](std::uint32_t first, std::uint32_t bit) {
+    const auto column = static_cast<std::int32_t>(first + bit / 16);
+    const std::uint32_t row = bit / 4 % 4;
+    if (column < count) RedoColumn(axis.exact, column, rows[row], slot + PlaceOf(column) + row);
   };
   std::int32_t i = 0;
   for (const QuadStretch* stretch = plan.quadStretches; i < count; ++stretch) {
@@ -68,8 +69,10 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
       }
       StoreColumns(Narrow(whole[0], whole[1], whole[2], whole[3]), slot + PlaceOf(i));
       if (!unsure.HasRoom(2)) unsure.TakeAll(redo);
-      unsure.Add(i, _cvtmask32_u32(_mm512_kunpackw(doubts[1], doubts[0])) & kColours);
-      unsure.Add(i + 2, _cvtmask32_u32(_mm512_kunpackw(doubts[3], doubts[2])) & kColours);
+      unsure.Add(static_cast<std::uint32_t>(i),
+                 _cvtmask32_u32(_mm512_kunpackw(doubts[1], doubts[0])) & kColours);
+      unsure.Add(static_cast<std::uint32_t>(i + 2),
+                 _cvtmask32_u32(_mm512_kunpackw(doubts[3], doubts[2])) & kColours);
     }
   }
   unsure.TakeAll(redo);
@@ -133,12 +136,10 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
   const Rounding<kBits> rounding(axis);
   const std::int32_t width = plan.rowQuads.exact.count;
   Unsure unsure;
-  const auto redo = [=, &plan](std::int32_t x, std::int32_t group, std::uint32_t bits) {
-    ForEachBit(bits, [=, &plan](std::int32_t n) {
-      const std::int32_t column = x + 4 * group + n;
-      if (column < width)
-        RedoPixel(plan, r, slots + PlaceOf(column), out + 4 * static_cast<std::ptrdiff_t>(column), top);
-    });
+  const auto redo = [=, &plan](std::uint32_t x, std::uint32_t bit) {
+    const auto column = static_cast<std::int32_t>(x + bit);
+    if (column < width)
+      RedoPixel(plan, r, slots + PlaceOf(column), out + 4 * static_cast<std::ptrdiff_t>(column), top);
   };
   const std::uint8_t* block = slots;
   for (std::int32_t x = 0; x < width; x += kBlock, block += kBlockBytes) {
@@ -153,7 +154,8 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
     }
     StoreBlock(whole, out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
     if (!unsure.HasRoom(1)) unsure.TakeAll(redo);
-    unsure.Add(x, _cvtmask16_u32(_kor_mask16(_kor_mask16(doubts[0], doubts[1]), doubts[2])));
+    unsure.Add(static_cast<std::uint32_t>(x),
+               _cvtmask16_u32(_kor_mask16(_kor_mask16(doubts[0], doubts[1]), doubts[2])));
   }
   unsure.TakeAll(redo);
 }

@@ -11,39 +11,76 @@ namespace pixmorph::kernels {
 
 namespace {
 
-// One channel of four pixels again, by the sums of both words.
-class SecondLook {
+constexpr std::int32_t kOnlyPlainTells = -1;
+
+// Both sums of one sample.
+class TwoSums {
  public:
-  PIXMORPH_INLINE_MEMBER explicit SecondLook(std::int32_t bias)
-      : first_(_mm_set1_epi32(bias)), second_(_mm_setzero_si128()) {}
-
-  // Pairs of samples as 16-bit words, for one of the list's pairs.
-  PIXMORPH_INLINE_MEMBER void Add(__m128i samples, std::int32_t word, std::int32_t secondWord) {
-    first_ = _mm_add_epi32(first_, _mm_madd_epi16(samples, _mm_set1_epi32(word)));
-    second_ = _mm_add_epi32(second_, _mm_madd_epi16(samples, _mm_set1_epi32(secondWord)));
+  // Four pairs of samples as 16-bit numbers.
+  PIXMORPH_INLINE_MEMBER void Add(__m128i pairs, const std::int32_t* words, const std::int32_t* secondWords) {
+    first_ = _mm_add_epi32(first_, _mm_madd_epi16(pairs, Load(words)));
+    second_ = _mm_add_epi32(second_, _mm_madd_epi16(pairs, Load(secondWords)));
   }
-
-  // Finds the whole parts. A bit for each pixel that only the plain evaluation tells.
-  PIXMORPH_INLINE_MEMBER std::uint32_t Decide(const WordGrade& grade, std::int32_t secondBias) {
-    const __m128i fractions = _mm_and_si128(first_, _mm_set1_epi32((1 << grade.fractionBits) - 1));
-    const __m128i unsure = _mm_cmplt_epi32(fractions, _mm_set1_epi32(grade.threshold));
-    const __m128i fine = _mm_sll_epi32(_mm_and_si128(fractions, unsure), _mm_cvtsi32_si128(grade.lowBits));
-    const __m128i y = _mm_add_epi32(_mm_add_epi32(fine, second_), _mm_set1_epi32(secondBias));
-    const __m128i near = _mm_and_si128(_mm_cmpgt_epi32(y, _mm_set1_epi32(-grade.near)),
-                                       _mm_cmplt_epi32(y, _mm_set1_epi32(grade.near)));
-    const __m128i whole = _mm_sra_epi32(first_, _mm_cvtsi32_si128(grade.fractionBits));
-    first_ = _mm_add_epi32(whole, _mm_and_si128(unsure, _mm_srai_epi32(y, 31)));
-    return static_cast<std::uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(_mm_and_si128(near, unsure))));
-  }
-
-  // The clamped channels, one a byte.
-  PIXMORPH_INLINE_MEMBER std::uint32_t Bytes() const {
-    const __m128i words = _mm_packs_epi32(first_, first_);
-    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+  PIXMORPH_INLINE_MEMBER void Finish(std::int32_t& first, std::int32_t& second) const {
+    const __m128i byTwos =
+        _mm_add_epi32(_mm_unpacklo_epi32(first_, second_), _mm_unpackhi_epi32(first_, second_));
+    const __m128i sums = _mm_add_epi32(byTwos, _mm_shuffle_epi32(byTwos, _MM_SHUFFLE(1, 0, 3, 2)));
+    first = _mm_cvtsi128_si32(sums);
+    second = _mm_cvtsi128_si32(_mm_shuffle_epi32(sums, 1));
   }
 
  private:
-  __m128i first_, second_;
+  PIXMORPH_INLINE_MEMBER static __m128i Load(const std::int32_t* words) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(words));
+  }
+
+  __m128i first_ = _mm_setzero_si128(), second_ = _mm_setzero_si128();
+};
+
+// A second look at samples of one list. Has copies of all that it reads: what is stored in between might be
+// anything, as far as compilers know.
+class SecondLook {
+ public:
+  PIXMORPH_INLINE_MEMBER SecondLook(const WordAxis& axis, const WordList& list)
+      : words_(axis.words + list.words),
+        pairs_(list.pairs),
+        bias_(list.bias),
+        secondBias_(list.secondBias),
+        fractionBits_(axis.grades[list.grade].fractionBits),
+        lowBits_(axis.grades[list.grade].lowBits),
+        near_(axis.grades[list.grade].near) {}
+
+  // An unsure sample's byte, or kOnlyPlainTells. `four(a, b, c, d)` gives these of the list's pairs, counted
+  // from its first, as 16-bit numbers.
+  template <class Four>
+  PIXMORPH_INLINE_MEMBER std::int32_t At(const Four& four) const {
+    const std::int32_t* const secondWords = words_ + SecondWords(pairs_);
+    const std::int32_t last = pairs_ - 1;
+    TwoSums sums;
+    std::int32_t p = 0;
+    for (; p + 4 <= pairs_; p += 4) sums.Add(four(p, p + 1, p + 2, p + 3), words_ + p, secondWords + p);
+    // Words behind the last are 0.
+    if (p <= last)
+      sums.Add(four(p, p < last ? p + 1 : last, p + 1 < last ? p + 2 : last, last), words_ + p,
+               secondWords + p);
+    std::int32_t first, second;
+    sums.Finish(first, second);
+    return Decide(first + bias_, second + secondBias_);
+  }
+
+ private:
+  PIXMORPH_INLINE_MEMBER std::int32_t Decide(std::int32_t first, std::int32_t second) const {
+    const std::int32_t fraction = first & ((1 << fractionBits_) - 1);
+    const std::int32_t y = (fraction << lowBits_) + second;
+    // Its absolute value against `near`, without a branch on its sign, which nothing could predict.
+    if (static_cast<std::uint32_t>(y + near_ - 1) < 2 * static_cast<std::uint32_t>(near_) - 1)
+      return kOnlyPlainTells;
+    const std::int32_t whole = (first >> fractionBits_) - (y < 0 ? 1 : 0);
+    return whole < 0 ? 0 : whole > 255 ? 255 : whole;
+  }
+
+  const std::int32_t* words_;
+  std::int32_t pairs_, bias_, secondBias_, fractionBits_, lowBits_, near_;
 };
 
 }  // namespace

@@ -9,43 +9,36 @@ namespace pixmorph::kernels {
 
 namespace {
 
-// Calls write(number) for each bit that is set.
-template <class Write>
-PIXMORPH_INLINE void ForEachBit(std::uint32_t bits, const Write& write) {
-  for (; bits != 0; bits &= bits - 1) write(__builtin_ctz(bits));
-}
-
 // Samples that need a second look, kept for later: looking at once would often mislead the processor about
 // the way that the loop goes.
 class Unsure {
  public:
   static constexpr std::int32_t kMost = 64;
 
-  // Up to eight groups of four samples, a bit each; `place` says where, as the reader likes. Not when full.
-  PIXMORPH_INLINE_MEMBER void Add(std::int32_t place, std::uint32_t bits) {
+  // Up to 32 samples, a bit each; `place` says where, as the reader likes. Not when full.
+  PIXMORPH_INLINE_MEMBER void Add(std::uint32_t place, std::uint32_t bits) {
     places_[count_] = place, bits_[count_] = bits;
     count_ += bits != 0 ? 1 : 0;
   }
   PIXMORPH_INLINE_MEMBER bool HasRoom(std::int32_t entries) const { return count_ <= kMost - entries; }
 
-  // Calls look(place, number of the group, its four bits) for all of them and forgets them. Without a loop
-  // over the groups of one entry, whose end nothing could predict.
+  // Calls look(place, number of the bit) for all of them and forgets them. Without a loop over the bits of
+  // one entry, whose end nothing could predict.
   template <class Look>
   PIXMORPH_INLINE_MEMBER void TakeAll(const Look& look) {
-    for (std::int32_t n = 0; n < count_;) {
-      const std::uint32_t bits = bits_[n];
-      const std::int32_t group = __builtin_ctz(bits) / 4;
-      const std::uint32_t rest = bits & ~(0xFu << (4 * group));
-      const std::int32_t place = places_[n];
+    const std::int32_t count = count_;
+    for (std::int32_t n = 0; n < count;) {
+      const std::uint32_t bits = bits_[n], rest = bits & (bits - 1);
+      const std::uint32_t place = places_[n];
       bits_[n] = rest;
       n += rest == 0 ? 1 : 0;
-      look(place, group, bits >> (4 * group) & 0xF);
+      look(place, static_cast<std::uint32_t>(__builtin_ctz(bits)));
     }
     count_ = 0;
   }
 
  private:
-  std::int32_t places_[kMost];
+  std::uint32_t places_[kMost];
   std::uint32_t bits_[kMost];
   std::int32_t count_ = 0;
 };

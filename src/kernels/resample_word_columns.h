@@ -3,7 +3,6 @@
 
 #include "kernels/registers.h"
 #include "kernels/resample_second_look.h"
-#include "kernels/resample_wide_sums.h"
 #include "kernels/resample_word_rounding.h"
 
 // The pass along the columns in products of 16-bit numbers.
@@ -15,7 +14,6 @@ template <class V>
 class WordColumns {
  public:
   // As `FusedPlan::alongColumns`.
-  template <bool kWide>
   static void Make(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                    std::uint32_t top) {
     const WordAxis& axis = plan.columnWords;
@@ -26,24 +24,21 @@ class WordColumns {
     const std::ptrdiff_t stride = PlaneStride(plan);
     const std::uint8_t* block = row.planes;
     Unsure unsure;
-    // A place is the block's first pixel, a multiple of 4, and the channel.
-    const auto look = [&row](std::int32_t place, std::int32_t group, std::uint32_t bits) {
-      LookAgain(row, place / 4 * 4 + V::PixelsOfGroup(group), place % 4, bits);
-    };
     for (std::int32_t x = 0; x < width; x += Slots::kBlock, block += Slots::kBlockBytes) {
       Vec bytes[kChannels];
-      if (!unsure.HasRoom(kChannels)) unsure.TakeAll(look);
+      if (!unsure.HasRoom(kChannels)) LookAgain(row, unsure);
         // The end of a short loop within a loop is hard to predict.
 #pragma GCC unroll 3
       for (int c = 0; c < kChannels; ++c) {
         Vec sums[4];
-        SumChannel<kWide>(axis, list, block + c * Slots::kChannelBytes, stride, sums);
-        unsure.Add(x + c, V::Bits(rounding.Unsure(sums)));
+        SumChannel(axis, list, block + c * Slots::kChannelBytes, stride, sums);
+        // A place is the block's first pixel, a multiple of 4, and the channel.
+        unsure.Add(static_cast<std::uint32_t>(x + c), V::Bits(rounding.Unsure(sums)));
         bytes[c] = rounding.Bytes(sums);
       }
       V::StoreBlock(bytes, out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
     }
-    unsure.TakeAll(look);
+    LookAgain(row, unsure);
   }
 
  private:
@@ -60,15 +55,10 @@ class WordColumns {
   };
 
   // One channel of a block.
-  template <bool kWide>
   PIXMORPH_INLINE_MEMBER static void SumChannel(const WordAxis& axis, const WordList& list,
                                                 const std::uint8_t* source, std::ptrdiff_t stride,
                                                 Vec (&sums)[4]) {
     const std::int32_t* words = axis.words + list.words;
-    if (kWide) {
-      SumTwoVectors(words, list, source, stride, sums[0], sums[1]);
-      return SumTwoVectors(words, list, source + V::kBytes, stride, sums[2], sums[3]);
-    }
     Vec a = V::Set(list.bias), b = a, c = a, d = a;
     for (std::int32_t p = list.pairs; p > 0; --p, source += stride) {
       const Vec weights = V::Set(*words++);
@@ -82,56 +72,53 @@ class WordColumns {
     sums[0] = a, sums[1] = b, sums[2] = c, sums[3] = d;
   }
 
-  PIXMORPH_INLINE_MEMBER static void SumTwoVectors(const std::int32_t* words, const WordList& list,
-                                                   const std::uint8_t* source, std::ptrdiff_t stride, Vec& a,
-                                                   Vec& b) {
-    WideSums<V> sums(list.bias);
-    for (std::int32_t p = 0; p < list.pairs; ++p, source += stride) {
-      const typename V::Widened pixels(source);
-      sums.Add(pixels.First(), pixels.Second(), words[p], words[p + list.pairs]);
-    }
-    a = sums.First(), b = sums.Second();
+  static __attribute__((noinline)) void LookAgain(const Row& row, Unsure& unsure) {
+    const SecondLook again(row.plan.columnWords, row.list);
+    const auto width = static_cast<std::uint32_t>(row.plan.rowWords.exact.count);
+    const std::ptrdiff_t stride = PlaneStride(row.plan);
+    const std::uint8_t* const planes = row.planes;
+    std::uint8_t* const out = row.out;
+    unsure.TakeAll([&](std::uint32_t place, std::uint32_t bit) {
+      const std::uint32_t channel = place % 4, block = place - channel, x = block + V::ColumnOfBit(bit);
+      // The columns behind the last are not there.
+      if (x >= width) return;
+      const std::uint8_t* const woven =
+          planes + Slots::Block(block) + Slots::kChannelBytes * channel + 2 * V::PlaceOfBit(bit);
+      const std::int32_t found =
+          again.At([=](auto... pairs) { return WidenedPairs(woven + pairs * stride...); });
+      out[4 * x + channel] =
+          found == kOnlyPlainTells ? PlainSample(row, woven) : static_cast<std::uint8_t>(found);
+    });
   }
 
-  // One channel of four pixels from x on, a multiple of 4; `bits` says which of them are in question. Those
-  // behind the last are not there.
-  static __attribute__((noinline)) void LookAgain(const Row& row, std::int32_t x, std::int32_t channel,
-                                                  std::uint32_t bits) {
-    const std::int32_t count = row.plan.rowWords.exact.count - x;
-    if (count <= 0) return;
-    if (count < 4) bits &= (1u << count) - 1;
-    const WordAxis& axis = row.plan.columnWords;
-    const std::uint8_t* const woven = row.planes + Slots::FourColumns(x) + channel * Slots::kChannelBytes;
-    std::uint8_t* const out = row.out + 4 * static_cast<std::ptrdiff_t>(x) + channel;
-    if (axis.wide) return PlainSamples(row, woven, bits, out);
-    const std::ptrdiff_t stride = PlaneStride(row.plan);
-    const std::int32_t *words = axis.words + row.list.words, *const end = words + row.list.pairs;
-    SecondLook look(row.list.bias);
-    for (const std::uint8_t* at = woven; words < end; ++words, at += stride) {
-      const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(at));
-      look.Add(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()), *words, words[row.list.pairs]);
-    }
-    const std::uint32_t unknown = look.Decide(axis.grades[row.list.grade], row.list.secondBias) & bits;
-    const std::uint32_t found = look.Bytes();
-    for (std::int32_t n = 0; n < 4; ++n)
-      if (n < count) out[4 * n] = static_cast<std::uint8_t>(found >> (8 * n));
-    if (unknown != 0) PlainSamples(row, woven, unknown, out);
+  // The two bytes at each of these.
+  PIXMORPH_INLINE_MEMBER static __m128i WidenedPairs(const std::uint8_t* a, const std::uint8_t* b,
+                                                     const std::uint8_t* c, const std::uint8_t* d) {
+    __m128i bytes = _mm_cvtsi32_si128(TwoBytes(a));
+    bytes = _mm_insert_epi16(bytes, TwoBytes(b), 1);
+    bytes = _mm_insert_epi16(bytes, TwoBytes(c), 2);
+    bytes = _mm_insert_epi16(bytes, TwoBytes(d), 3);
+    return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
+  }
+
+  PIXMORPH_INLINE_MEMBER static std::int32_t TwoBytes(const std::uint8_t* p) {
+    std::uint16_t both;
+    __builtin_memcpy(&both, p, sizeof both);
+    return both;
   }
 
   // The plain evaluation over woven rows.
-  static void PlainSamples(const Row& row, const std::uint8_t* woven, std::uint32_t bits, std::uint8_t* out) {
+  static __attribute__((noinline)) std::uint8_t PlainSample(const Row& row, const std::uint8_t* woven) {
     const AxisWeights& exact = row.plan.columnWords.exact;
     const WeightList& list = exact.lists[row.r];
     const WeightBlock& block = exact.blocks[list.block];
-    ForEachBit(bits, [&](std::int32_t n) {
-      double sum = 0.0;
-      for (std::int32_t t = 0; t < block.count; ++t) {
-        const std::int32_t at = list.first % 2 + t;
-        sum += static_cast<double>(exact.weights[block.offset + t]) *
-               woven[at / 2 * PlaneStride(row.plan) + 2 * n + at % 2];
-      }
-      out[4 * n] = ref::ResampledChannel(sum, block.sum);
-    });
+    double sum = 0.0;
+    for (std::int32_t t = 0; t < block.count; ++t) {
+      const std::int32_t at = list.first % 2 + t;
+      sum += static_cast<double>(exact.weights[block.offset + t]) *
+             woven[at / 2 * PlaneStride(row.plan) + at % 2];
+    }
+    return ref::ResampledChannel(sum, block.sum);
   }
 };
 

@@ -6,15 +6,13 @@ namespace pixmorph::kernels {
 
 namespace {
 
-constexpr std::int32_t kMostNarrowBits = 20, kLeastNarrowBits = 10;  // of the fraction
-constexpr std::int32_t kMostWideBits = 22, kLeastWideBits = 18;
+constexpr std::int32_t kMostBits = 22, kLeastBits = 10;  // of the fraction
 constexpr std::int32_t kMostLowBits = 14;  // a unit and a half, which a cut weight may lack, are below 2^15
-constexpr std::int32_t kLeastLowBits = 8;
+constexpr std::int32_t kLeastLowBits = 4;
 constexpr double kChannelMax = 255.0;
 constexpr double kRoom = 1073741824.0;  // 2^30: for a second sum and everything that is added to it
 
-}  // namespace
-
+// The taps of the longest block.
 std::int32_t LongestBlock(const AxisWeights& axis) {
   std::int32_t longest = 0;
   for (std::int32_t b = 0; b < axis.blockCount; ++b)
@@ -22,16 +20,12 @@ std::int32_t LongestBlock(const AxisWeights& axis) {
   return longest;
 }
 
-bool BlockGrade::ChooseNarrow(const AxisWeights& of) {
-  axis = of;
-  return ChooseFixedPoint(axis, kMostNarrowBits, kLeastNarrowBits, kLargestWord, fixed) && FitThreshold() &&
-         ChooseLowBits();
-}
+}  // namespace
 
-bool BlockGrade::ChooseWide(const AxisWeights& of) {
-  axis = of, lowBits = kWideLowBits, near = 0;
-  return ChooseFixedPoint(axis, kMostWideBits, kLeastWideBits, kLargestWord << kWideLowBits, fixed) &&
-         FitThreshold();
+bool BlockGrade::Choose(const AxisWeights& of) {
+  axis = of;
+  return ChooseFixedPoint(axis, kMostBits, kLeastBits, kLargestWord, fixed) && FitThreshold() &&
+         ChooseLowBits();
 }
 
 WordGrade BlockGrade::Word() const {

@@ -12,12 +12,11 @@ constexpr std::int32_t kLargestWord = 32767;
 struct BlockGrade {
   AxisWeights axis{};  // of which these are all blocks
   FixedPoint fixed{};
-  std::int32_t lowBits = kWideLowBits;
+  std::int32_t lowBits = 0;
   std::int32_t near = 0;
 
-  // Finds them for narrow or for wide weights of all blocks of `of`. False when there are none.
-  bool ChooseNarrow(const AxisWeights& of);
-  bool ChooseWide(const AxisWeights& of);
+  // Finds them for all blocks of `of`. False when there are none.
+  bool Choose(const AxisWeights& of);
 
   // Whether block `block` of the axis that these blocks were taken from is one of them. [pure]
   bool Has(const AxisWeights& whole, std::int32_t block) const {
@@ -36,9 +35,6 @@ struct BlockGrade {
   bool FitThreshold();
   bool ChooseLowBits();
 };
-
-// The taps of the longest block. [pure]
-std::int32_t LongestBlock(const AxisWeights& axis);
 
 }  // namespace pixmorph::kernels
 

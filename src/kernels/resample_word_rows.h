@@ -3,7 +3,6 @@
 
 #include "kernels/registers.h"
 #include "kernels/resample_second_look.h"
-#include "kernels/resample_wide_sums.h"
 #include "kernels/resample_word_rounding.h"
 
 // The pass along the rows in products of 16-bit numbers.
@@ -25,7 +24,6 @@ class WordRows {
   }
 
   // As `FusedPlan::alongRows`.
-  template <bool kWide>
   static void Make(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                    std::uint8_t* slot) {
     const WordAxis& axis = plan.rowWords;
@@ -41,15 +39,11 @@ class WordRows {
       }
       WeaveStretch(rows, axis.exact.sourceLength, span, scratch);
       const std::uint8_t* const source = scratch - kPairBytes * span.first;
-      const auto look = [&](std::int32_t place, std::int32_t group, std::uint32_t bits) {
-        const std::int32_t channel = place % 4, half = place / 4 % 2 + group / 4;
-        LookAgain(plan, rows, source, {place / 16 * 4 + group % 4, half, channel, bits}, slot);
-      };
       for (; i < end && i < count; i += 4) {
-        if (!unsure.HasRoom(kRowVectors)) unsure.TakeAll(look);
-        SumGroup<kWide>(plan, source, i, slot, unsure);
+        if (!unsure.HasRoom(kRowVectors)) LookAgain(plan, rows, source, slot, unsure);
+        SumGroup(plan, source, i, slot, unsure);
       }
-      unsure.TakeAll(look);
+      LookAgain(plan, rows, source, slot, unsure);
     }
   }
 
@@ -67,12 +61,6 @@ class WordRows {
       if (list.pair < first) first = list.pair;
       if (list.pair + list.pairs > end) end = list.pair + list.pairs;
     }
-  };
-
-  // One channel of four rows of an output column.
-  struct FourRows {
-    std::int32_t column, half, channel;
-    std::uint32_t bits;  // the rows in question
   };
 
   static const WordList& ListAt(const WordAxis& axis, std::int32_t i) {
@@ -109,32 +97,29 @@ class WordRows {
   }
 
   // Output columns i .. i + 3 of the eight rows.
-  template <bool kWide>
   PIXMORPH_INLINE_MEMBER static void SumGroup(const FusedPlan& plan, const std::uint8_t* source,
                                               std::int32_t i, std::uint8_t* slot, Unsure& unsure) {
     const WordAxis& axis = plan.rowWords;
     Vec sums[4][kRowVectors];
     for (int n = 0; n < 4; ++n) {
       const WordList& list = ListAt(axis, i + n);
-      SumColumn<kWide>(axis, list, source + kPairBytes * list.pair, sums[n]);
+      SumColumn(axis, list, source + kPairBytes * list.pair, sums[n]);
     }
     const WordRounding<V> rounding(axis.grades[ListAt(axis, i).grade]);
     const std::ptrdiff_t stride = PlaneStride(plan);
-    std::uint8_t* out = slot + Slots::FourColumns(i);
+    std::uint8_t* out = slot + Slots::Column(i);
     for (int n = 0; n < kRowVectors; ++n) {
       const int channel = n / kHalves, half = n % kHalves;
       const Vec columns[4] = {sums[0][n], sums[1][n], sums[2][n], sums[3][n]};
-      // `Make` takes the place apart again: i is a multiple of 4.
-      unsure.Add(4 * i + 4 * half + channel, V::Bits(rounding.Unsure(columns)));
+      // A place is the first column, a multiple of 4, which half, and the channel.
+      unsure.Add(static_cast<std::uint32_t>(4 * i + 4 * half + channel), V::Bits(rounding.Unsure(columns)));
       V::StoreRows(rounding.Bytes(columns), out + channel * Slots::kChannelBytes + 2 * half * stride, stride);
     }
   }
 
-  template <bool kWide>
   PIXMORPH_INLINE_MEMBER static void SumColumn(const WordAxis& axis, const WordList& list,
                                                const std::uint8_t* source, Vec (&sums)[kRowVectors]) {
     const std::int32_t* words = axis.words + list.words;
-    if (kWide) return SumColumnWide(words, list, source, sums);
     Vec own[kRowVectors];
     own[0] = V::Set(list.bias);
 #pragma GCC unroll 8
@@ -151,53 +136,44 @@ class WordRows {
     for (int n = 0; n < kRowVectors; ++n) sums[n] = own[n];
   }
 
-  // Two vectors at a time, the last of an odd number with itself: more would need more registers than 32-bit
-  // code has.
-  PIXMORPH_INLINE_MEMBER static void SumColumnWide(const std::int32_t* words, const WordList& list,
-                                                   const std::uint8_t* source, Vec (&sums)[kRowVectors]) {
-    for (int n = 0; n < kRowVectors; n += 2) {
-      const int other = n + 1 < kRowVectors ? n + 1 : n;
-      WideSums<V> wide(list.bias);
-      const std::uint8_t* at = source;
-      for (std::int32_t p = 0; p < list.pairs; ++p, at += kPairBytes)
-        wide.Add(V::LoadWords(at + V::kBytes * n), V::LoadWords(at + V::kBytes * other), words[p],
-                 words[p + list.pairs]);
-      sums[other] = wide.Second(), sums[n] = wide.First();
-    }
-  }
-
-  // The columns behind the last are not there.
+  // In scratch memory pair 0 would be at `source`.
   static __attribute__((noinline)) void LookAgain(const FusedPlan& plan, const std::uint8_t* const* rows,
-                                                  const std::uint8_t* source, FourRows what,
-                                                  std::uint8_t* slot) {
-    const WordAxis& axis = plan.rowWords;
-    if (what.column >= axis.exact.count) return;
-    const WordList& list = axis.lists[what.column];
+                                                  const std::uint8_t* source, std::uint8_t* slot,
+                                                  Unsure& unsure) {
+    const WordAxis axis = plan.rowWords;
     const std::ptrdiff_t stride = PlaneStride(plan);
-    slot += Slots::FourColumns(what.column / 4 * 4) + 2 * (what.column % 4);
-    slot += what.channel * Slots::kChannelBytes + 2 * what.half * stride;
-    if (axis.wide) return PlainRows(plan, rows, what, slot);
-    const std::uint8_t* at = source + kPairBytes * list.pair + kRowsBytes * what.channel + 16 * what.half;
-    const std::int32_t *words = axis.words + list.words, *const end = words + list.pairs;
-    SecondLook look(list.bias);
-    for (; words < end; ++words, at += kPairBytes)
-      look.Add(_mm_load_si128(reinterpret_cast<const __m128i*>(at)), *words, words[list.pairs]);
-    what.bits &= look.Decide(axis.grades[list.grade], list.secondBias);
-    const std::uint32_t bytes = look.Bytes();
-    const auto low = static_cast<std::uint16_t>(bytes), high = static_cast<std::uint16_t>(bytes >> 16);
-    __builtin_memcpy(slot, &low, 2);
-    __builtin_memcpy(slot + stride, &high, 2);
-    if (what.bits != 0) PlainRows(plan, rows, what, slot);
+    unsure.TakeAll([&](std::uint32_t place, std::uint32_t bit) {
+      const std::uint32_t group = place / 16, channel = place % 4;
+      const auto column = static_cast<std::int32_t>(4 * group + bit / 4 % 4);
+      const std::uint32_t row = place % 16 - channel + bit / 16 * 4 + bit % 4;
+      // The columns behind the last are not there.
+      if (column >= axis.exact.count) return;
+      const WordList& list = axis.lists[column];
+      const std::uint8_t* const woven = source + kPairBytes * list.pair + kRowsBytes * channel + 4 * row;
+      const std::int32_t found =
+          SecondLook(axis, list).At([=](auto... pairs) { return Pairs(woven + kPairBytes * pairs...); });
+      slot[Slots::Column(column) + Slots::kChannelBytes * channel + row / 2 * stride + row % 2] =
+          found == kOnlyPlainTells ? PlainSample(axis, rows[row], column, channel)
+                                   : static_cast<std::uint8_t>(found);
+    });
   }
 
-  static void PlainRows(const FusedPlan& plan, const std::uint8_t* const* rows, const FourRows& what,
-                        std::uint8_t* out) {
-    const AxisWeights& exact = plan.rowWords.exact;
-    ForEachBit(what.bits, [&](std::int32_t n) {
-      const std::uint8_t* const first = PixelAt(rows[4 * what.half + n], exact.lists[what.column].first);
-      const std::uint32_t pixel = ref::ResampledPixel(exact, what.column, first, 4);
-      out[n / 2 * PlaneStride(plan) + n % 2] = static_cast<std::uint8_t>(pixel >> (8 * what.channel));
-    });
+  // The two samples at each of these.
+  PIXMORPH_INLINE_MEMBER static __m128i Pairs(const std::uint8_t* a, const std::uint8_t* b,
+                                              const std::uint8_t* c, const std::uint8_t* d) {
+    return _mm_set_epi32(TwoWords(d), TwoWords(c), TwoWords(b), TwoWords(a));
+  }
+
+  PIXMORPH_INLINE_MEMBER static std::int32_t TwoWords(const std::uint8_t* p) {
+    std::int32_t both;
+    __builtin_memcpy(&both, p, sizeof both);
+    return both;
+  }
+
+  static __attribute__((noinline)) std::uint8_t PlainSample(const WordAxis& axis, const std::uint8_t* row,
+                                                            std::int32_t column, std::uint32_t channel) {
+    const std::uint8_t* const first = PixelAt(row, axis.exact.lists[column].first);
+    return static_cast<std::uint8_t>(ref::ResampledPixel(axis.exact, column, first, 4) >> (8 * channel));
   }
 };
 

@@ -17,13 +17,12 @@ struct WordPasses {
 
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
     auto* const columnMemory = static_cast<std::uint8_t*>(memory) + WordsBytes(row);
-    if (!PackWords(row, WordGrades::kByFour, V::kUnsureAPair, memory, plan.rowWords)) return false;
-    if (!PackWords(column, WordGrades::kByList, V::kUnsureAPair, columnMemory, plan.columnWords))
-      return false;
+    if (!PackWords(row, WordGrades::kByFour, memory, plan.rowWords)) return false;
+    if (!PackWords(column, WordGrades::kByList, columnMemory, plan.columnWords)) return false;
     using Rows = WordRows<V>;
     using Columns = WordColumns<V>;
-    plan.alongRows = plan.rowWords.wide ? Rows::template Make<true> : Rows::template Make<false>;
-    plan.alongColumns = plan.columnWords.wide ? Columns::template Make<true> : Columns::template Make<false>;
+    plan.alongRows = Rows::Make;
+    plan.alongColumns = Columns::Make;
     plan.batchRows = kBatchRows;
     plan.slotBytes = WordSlots<V>::PlaneBytes(row.count) * kPlanes;
     const std::int64_t woven = kPairBytes * (std::int64_t{Rows::LongestStretch(plan.rowWords)} + 1);

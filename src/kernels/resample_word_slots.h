@@ -36,12 +36,15 @@ struct WordSlots {
     return (std::int64_t{width} + kBlock - 1) / kBlock * kBlockBytes;
   }
 
-  // Four columns from x on, a multiple of 4, in a plane: 8 bytes of the first channel; the others follow
-  // kChannelBytes and twice as many bytes later.
-  PIXMORPH_INLINE_MEMBER static std::ptrdiff_t FourColumns(std::int32_t x) {
+  // The block of column x in a plane. [bytes]
+  PIXMORPH_INLINE_MEMBER static std::ptrdiff_t Block(std::uint32_t x) {
+    return static_cast<std::ptrdiff_t>(x / kBlock * static_cast<std::uint32_t>(kBlockBytes));
+  }
+  // Column x in a plane: two bytes of the first channel; the others follow kChannelBytes and twice as many
+  // bytes later. From a multiple of 4 on, four columns lie side by side.
+  PIXMORPH_INLINE_MEMBER static std::ptrdiff_t Column(std::int32_t x) {
     const auto column = static_cast<std::uint32_t>(x);
-    return static_cast<std::ptrdiff_t>(column / kBlock * static_cast<std::uint32_t>(kBlockBytes) +
-                                       2 * V::PlaceInBlock(column % kBlock));
+    return Block(column) + static_cast<std::ptrdiff_t>(2 * V::PlaceInBlock(column % kBlock));
   }
 };
 

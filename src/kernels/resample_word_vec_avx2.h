@@ -13,7 +13,6 @@ struct EightSums {
   using Vec = __m256i;
   static constexpr std::int32_t kSums = 8;
   static constexpr std::ptrdiff_t kBytes = 32;
-  static constexpr double kUnsureAPair = 0.004;  // measured
 
   using Count = __m128i;
   PIXMORPH_INLINE_MEMBER static Count ShiftCount(std::int32_t n) { return _mm_cvtsi32_si128(n); }
@@ -30,10 +29,6 @@ struct EightSums {
   PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm256_load_si256(reinterpret_cast<const Vec*>(p)); }
   PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
     return _mm256_add_epi32(sums, _mm256_madd_epi16(pixels, weights));
-  }
-  // The sum of wide weights from its two.
-  PIXMORPH_OP Joined(Vec first, Vec second) {
-    return _mm256_add_epi32(_mm256_slli_epi32(first, kWideLowBits), second);
   }
 #undef PIXMORPH_OP
 
@@ -56,9 +51,12 @@ struct EightSums {
   PIXMORPH_INLINE_MEMBER static std::uint32_t PlaceInBlock(std::uint32_t column) {
     return (column & ~12u) | (column & 4) << 1 | (column & 8) >> 1;
   }
-  // The first pixel of a group of four such bits, counted from the block's. Packing went by halves, too.
-  PIXMORPH_INLINE_MEMBER static std::int32_t PixelsOfGroup(std::int32_t group) {
-    return (group & 1) << 3 | (group & 2) << 3 | (group & 4);
+  // Such a bit's column and its place, counted from the block's first. Packing went by halves, too.
+  PIXMORPH_INLINE_MEMBER static std::uint32_t ColumnOfBit(std::uint32_t bit) {
+    return (bit & 3) | (bit & 12) << 1 | (bit & 16) >> 2;
+  }
+  PIXMORPH_INLINE_MEMBER static std::uint32_t PlaceOfBit(std::uint32_t bit) {
+    return (bit & 7) | (bit & 8) << 1 | (bit & 16) >> 1;
   }
 
   // Four columns from x on of eight rows to two pairs.

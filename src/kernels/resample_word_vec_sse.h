@@ -15,7 +15,6 @@ struct FourSums {
   using Vec = __m128i;
   static constexpr std::int32_t kSums = 4;
   static constexpr std::ptrdiff_t kBytes = 16;
-  static constexpr double kUnsureAPair = 0.014;  // measured
 
   using Count = __m128i;
   PIXMORPH_INLINE_MEMBER static Count ShiftCount(std::int32_t n) { return _mm_cvtsi32_si128(n); }
@@ -32,10 +31,6 @@ struct FourSums {
   PIXMORPH_OP LoadWords(const std::uint8_t* p) { return _mm_load_si128(reinterpret_cast<const Vec*>(p)); }
   PIXMORPH_OP MultiplyAdd(Vec pixels, Vec weights, Vec sums) {
     return _mm_add_epi32(sums, _mm_madd_epi16(pixels, weights));
-  }
-  // The sum of wide weights from its two.
-  PIXMORPH_OP Joined(Vec first, Vec second) {
-    return _mm_add_epi32(_mm_slli_epi32(first, kWideLowBits), second);
   }
 #undef PIXMORPH_OP
 
@@ -54,8 +49,9 @@ struct FourSums {
   }
 
   PIXMORPH_INLINE_MEMBER static std::uint32_t PlaceInBlock(std::uint32_t column) { return column; }
-  // The first pixel of a group of four such bits, counted from the block's.
-  PIXMORPH_INLINE_MEMBER static std::int32_t PixelsOfGroup(std::int32_t group) { return 4 * group; }
+  // Such a bit's column and its place, counted from the block's first.
+  PIXMORPH_INLINE_MEMBER static std::uint32_t ColumnOfBit(std::uint32_t bit) { return bit; }
+  PIXMORPH_INLINE_MEMBER static std::uint32_t PlaceOfBit(std::uint32_t bit) { return bit; }
 
   // Four columns from x on of eight rows to two pairs.
   PIXMORPH_INLINE_MEMBER static void Weave(const std::uint8_t* const* rows, std::int32_t x,

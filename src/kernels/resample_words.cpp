@@ -46,62 +46,46 @@ class Packer {
     placed_ = reinterpret_cast<std::int32_t*>(written_ + MostGrades(axis));
   }
 
-  bool Pack(double unsureAPair) {
-    wide_ = !PackNarrow(unsureAPair * ((LongestBlock(axis_) + 1) / 2));
-    if (wide_) {
-      if (!grades_[0].ChooseWide(axis_)) return false;
-      grades_[1] = grades_[0];
-      PlaceAll();
-    }
-    packed_ = {axis_, lists_, words_, wide_, written_};
+  bool Pack() {
+    if (!byList_ && !ChooseShared()) return false;
+    memset(placed_, 0xFF, sizeof(std::int32_t) * 4 * static_cast<std::uint32_t>(axis_.blockCount));
+    for (std::int32_t i = 0; i < axis_.count; ++i)
+      if (!Place(i)) return false;
+    packed_ = {axis_, lists_, words_, written_};
     return true;
   }
 
-  // Two words a pair, in both grades, with the first tap at an even or an odd sample.
+  // Two words a pair, by fours, in both grades, with the first tap at an even or an odd sample.
   static std::int64_t MostWords(const AxisWeights& axis) {
     std::int64_t taps = 0;
-    for (std::int32_t b = 0; b < axis.blockCount; ++b) taps += std::int64_t{axis.blocks[b].count} + 2;
+    for (std::int32_t b = 0; b < axis.blockCount; ++b) taps += std::int64_t{axis.blocks[b].count} + 8;
     return 4 * taps;
   }
   static std::int64_t MostGrades(const AxisWeights& axis) { return std::int64_t{axis.blockCount} + 1; }
 
  private:
-  bool PackNarrow(double mostUnsure) {
-    if (byList_) {
-      unsure_ = 0.0, chosen_ = 0;
-      return PlaceAll() && unsure_ <= mostUnsure * chosen_;
-    }
-    if (!grades_[0].ChooseNarrow(axis_)) return false;
+  bool ChooseShared() {
     const AxisWeights inside = Inside(axis_);
+    if (!grades_[0].Choose(axis_)) return false;
     grades_[1] = grades_[0];
-    if (inside.blockCount < axis_.blockCount && !grades_[1].ChooseNarrow(inside)) return false;
-    return UnsureShare(grades_[1].axis, grades_[1].fixed) <= mostUnsure && PlaceAll();
-  }
-
-  bool PlaceAll() {
-    memset(placed_, 0xFF, sizeof(std::int32_t) * 4 * static_cast<std::uint32_t>(axis_.blockCount));
-    used_ = 0;
-    for (std::int32_t n = 0; n < 2 && (wide_ || !byList_); ++n) written_[n] = grades_[n].Word();
-    for (std::int32_t i = 0; i < axis_.count; ++i)
-      if (!Place(i)) return false;
+    if (inside.blockCount < axis_.blockCount && !grades_[1].Choose(inside)) return false;
+    for (std::int32_t n = 0; n < 2; ++n) written_[n] = grades_[n].Word();
     return true;
   }
 
-  // The grade of narrow weights that a block has for itself.
+  // The grade that a block has for itself.
   bool ChooseOwn(std::int32_t block) {
     AxisWeights alone = axis_;
     alone.blocks += block;
     alone.blockCount = 1;
-    if (!grades_[0].ChooseNarrow(alone)) return false;
+    if (!grades_[0].Choose(alone)) return false;
     written_[block] = grades_[0].Word();
-    unsure_ += UnsureShare(alone, grades_[0].fixed);
-    ++chosen_;
     return true;
   }
 
   // Four lists in a row are rounded together.
   std::int32_t GradeOf(std::int32_t i) const {
-    if (wide_ || byList_) return 0;
+    if (byList_) return 0;
     const std::int32_t first = i / 4 * 4, end = first + 4 < axis_.count ? first + 4 : axis_.count;
     for (std::int32_t n = first; n < end; ++n)
       if (!grades_[1].Has(axis_, axis_.lists[n].block)) return 0;
@@ -119,40 +103,31 @@ class Packer {
       return true;
     }
     known = i;
-    const bool own = byList_ && !wide_;
-    if (own && !ChooseOwn(list.block)) return false;
+    if (byList_ && !ChooseOwn(list.block)) return false;
     const BlockGrade& chosen = grades_[grade];
     const std::int32_t bias = BiasOf(chosen.axis, block, chosen.fixed);
-    lists_[i] = {list.first / 2,          pairs, used_, bias, wide_ ? 0 : chosen.SecondBias(block, bias),
-                 own ? list.block : grade};
-    for (std::int32_t p = 0; p < pairs; ++p)
-      WritePair(chosen, block, 2 * p - shift, words_ + used_ + p, pairs);
-    used_ += 2 * pairs;
+    lists_[i] = {
+        list.first / 2, pairs, used_, bias, chosen.SecondBias(block, bias), byList_ ? list.block : grade};
+    // Those behind the last pair become 0.
+    const std::int32_t stored = SecondWords(pairs);
+    for (std::int32_t p = 0; p < stored; ++p)
+      WritePair(chosen, block, 2 * p - shift, words_ + used_ + p, stored);
+    used_ += 2 * stored;
     return true;
   }
 
   // The taps `tap` and `tap + 1`, of which either may not be one of the block's.
   void WritePair(const BlockGrade& grade, const WeightBlock& block, std::int32_t tap, std::int32_t* word,
-                 std::int32_t pairs) const {
+                 std::int32_t stored) const {
     std::int32_t high[2] = {0, 0}, low[2] = {0, 0};
     for (std::int32_t n = 0; n < 2; ++n) {
       if (tap + n < 0 || tap + n >= block.count) continue;
       const double exact = ScaledWeight(grade.axis, block, tap + n, grade.fixed.unit);
-      (wide_ ? SplitWide : SplitNarrow)(exact, grade.lowBits, high[n], low[n]);
+      high[n] = LimitedInteger(exact, kLargestWord);
+      low[n] = NearestInteger((exact - high[n]) * (1 << grade.lowBits));
     }
     word[0] = Word(high[0], high[1]);
-    word[pairs] = Word(low[0], low[1]);
-  }
-
-  static void SplitNarrow(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
-    high = LimitedInteger(exact, kLargestWord);
-    low = NearestInteger((exact - high) * (1 << lowBits));
-  }
-
-  static void SplitWide(double exact, std::int32_t lowBits, std::int32_t& high, std::int32_t& low) {
-    const std::int32_t whole = LimitedInteger(exact, kLargestWord << lowBits);
-    high = whole >> lowBits;
-    low = whole - high * (1 << lowBits);
+    word[stored] = Word(low[0], low[1]);
   }
 
   const AxisWeights& axis_;
@@ -162,11 +137,8 @@ class Packer {
   std::int32_t* words_;
   WordGrade* written_;
   std::int32_t* placed_;  // per block, grade and parity of its first tap: the first list that has it, or -1
-  bool wide_ = false;
   std::int32_t used_ = 0;
   BlockGrade grades_[2];  // of lists of every kind, of those inside; the first also of one list's own
-  double unsure_ = 0.0;   // shares of lists with grades of their own, added up
-  std::int32_t chosen_ = 0;
 };
 
 }  // namespace
@@ -180,9 +152,8 @@ std::int64_t WordsBytes(const AxisWeights& axis) {
       .Bytes();
 }
 
-bool PackWords(const AxisWeights& axis, WordGrades share, double unsureAPair, void* memory,
-               WordAxis& packed) {
-  return Packer(axis, share, memory, packed).Pack(unsureAPair);
+bool PackWords(const AxisWeights& axis, WordGrades share, void* memory, WordAxis& packed) {
+  return Packer(axis, share, memory, packed).Pack();
 }
 
 }  // namespace pixmorph::kernels

@@ -78,8 +78,7 @@ TEST(ResampleDoubts, AreRareOnFlatAndTwoTonedRows) {
     QuadAxis quads{};
     WordAxis words{};
     ASSERT_TRUE(PackQuads(triangle.Axis(), true, quadMemory.data(), quads));
-    ASSERT_TRUE(PackWords(triangle.Axis(), WordGrades::kByList, 1.0, wordMemory.data(), words));
-    ASSERT_FALSE(words.wide);
+    ASSERT_TRUE(PackWords(triangle.Axis(), WordGrades::kByList, wordMemory.data(), words));
     int quadDoubts = 0, wordDoubts = 0;
     constexpr int kRows = 500;
     for (int n = 0; n < kRows; ++n) {
