@@ -14,8 +14,12 @@ namespace {
 
 constexpr std::int32_t kBlock = 16;  // columns
 constexpr std::ptrdiff_t kBlockBytes = 3 * kChannelBytes;
-constexpr std::int32_t kStretchQuads = 256;     // 16 KiB of woven source pixels
-constexpr std::uint32_t kColours = 0x77777777;  // of pixels with four bits each; the top byte is nobody's
+constexpr std::int32_t kStretchQuads = 256;  // 16 KiB of woven source pixels
+// A bit for each pixel of two vectors with unsure colours: its first. The top byte is nobody's.
+PIXMORPH_INLINE std::uint32_t UnsurePixels(__mmask16 first, __mmask16 second) {
+  const std::uint32_t channels = _cvtmask32_u32(_mm512_kunpackw(second, first));
+  return (channels | channels >> 1 | channels >> 2) & 0x11111111u;
+}
 
 // Where a column is in a slot.
 PIXMORPH_INLINE std::ptrdiff_t PlaceOf(std::int32_t column) {
@@ -46,7 +50,7 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
   const std::int32_t count = axis.exact.count;
   NextRows next(rows + 4, axis.exact.sourceLength, count / 4);
   Unsure unsure;
-  // Bits are the channels of four rows of one column and the next.
+  // Bits are four rows of one column and the next.
   const auto redo = [&](std::uint32_t first, std::uint32_t bit) {
     const auto column = static_cast<std::int32_t>(first + bit / 16);
     const std::uint32_t row = bit / 4 % 4;
@@ -69,10 +73,8 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
       }
       StoreColumns(Narrow(whole[0], whole[1], whole[2], whole[3]), slot + PlaceOf(i));
       if (!unsure.HasRoom(2)) unsure.TakeAll(redo);
-      unsure.Add(static_cast<std::uint32_t>(i),
-                 _cvtmask32_u32(_mm512_kunpackw(doubts[1], doubts[0])) & kColours);
-      unsure.Add(static_cast<std::uint32_t>(i + 2),
-                 _cvtmask32_u32(_mm512_kunpackw(doubts[3], doubts[2])) & kColours);
+      unsure.Add(static_cast<std::uint32_t>(i), UnsurePixels(doubts[0], doubts[1]));
+      unsure.Add(static_cast<std::uint32_t>(i + 2), UnsurePixels(doubts[2], doubts[3]));
     }
   }
   unsure.TakeAll(redo);

@@ -29,6 +29,25 @@ std::int32_t Spread(const ContributionList& list, float* weights) {
   return span;
 }
 
+// Whether doubles hold every sum of the weights times numbers of 0 to 255: the sums are multiples of the last
+// bit of the smallest weight, and below 2^53 of those.
+bool SumsAreExact(const float* weights, std::int32_t count) {
+  constexpr std::int32_t kFloatBits = 23, kDoubleBits = 53;
+  std::uint32_t smallest = UINT32_MAX, largest = 0;
+  for (std::int32_t t = 0; t < count; ++t) {
+    std::uint32_t bits;
+    memcpy(&bits, weights + t, sizeof bits);
+    bits &= INT32_MAX;
+    if (bits > largest) largest = bits;
+    if (bits - 1 < smallest) smallest = bits - 1;  // weights of 0 don't count
+  }
+  if (largest == 0) return true;
+  std::int32_t bits = static_cast<std::int32_t>(largest >> kFloatBits) + 1 -
+                      static_cast<std::int32_t>((smallest + 1) >> kFloatBits) + kFloatBits;
+  for (std::int64_t most = std::int64_t{count} * 255; most > 0; most /= 2) ++bits;
+  return bits <= kDoubleBits;
+}
+
 // Finds a block stored before with the same weights. Weights repeat with the period of the resize ratio, so a
 // few hundred remembered blocks find nearly all.
 class KnownBlocks {
@@ -186,13 +205,15 @@ AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std
   std::int32_t used = 0;
   for (std::int32_t i = 0; i < count; ++i) {
     const bool zero = AlwaysZero(lists[i]);
-    const WeightBlock block = {used, Spread(lists[i], weights + used), zero ? 1.0f : lists[i].weightSum};
+    const WeightBlock block = {used, Spread(lists[i], weights + used), zero ? 1.0f : lists[i].weightSum,
+                               false};
     const std::int32_t number = known.Find(blocks, weights, block, blockCount);
     // A list that reads nothing may as well stand where its neighbour does.
     const std::int32_t elsewhere = i > 0 ? outLists[i - 1].first : 0;
     outLists[i] = {zero ? elsewhere : lists[i].entries[0].pixel, number};
     if (number != blockCount) continue;
-    blocks[blockCount++] = block;
+    blocks[blockCount] = block;
+    blocks[blockCount++].exactSums = SumsAreExact(weights + used, block.count);
     used += block.count;
   }
   return {outLists, blocks, weights, count, blockCount, sourceLength, blockCount <= kFewBlocks};

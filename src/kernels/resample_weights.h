@@ -13,7 +13,8 @@ namespace pixmorph::kernels {
 struct WeightBlock {
   std::int32_t offset;
   std::int32_t count;
-  float sum;  // the lists' weightSum: finite, not 0
+  float sum;       // the lists' weightSum: finite, not 0
+  bool exactSums;  // doubles hold all sums of weights times 0 .. 255, so that taps may be added in any order
 };
 
 // One output sample: the source samples first .. first + count - 1 of its block. All lie inside the source.

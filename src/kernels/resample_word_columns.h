@@ -2,6 +2,7 @@
 #define PIXMORPH_KERNELS_RESAMPLE_WORD_COLUMNS_H_
 
 #include "kernels/registers.h"
+#include "kernels/resample_plain_samples.h"
 #include "kernels/resample_second_look.h"
 #include "kernels/resample_word_rounding.h"
 
@@ -86,8 +87,9 @@ class WordColumns {
           planes + Slots::Block(block) + Slots::kChannelBytes * channel + 2 * V::PlaceOfBit(bit);
       const std::int32_t found =
           again.At([=](auto... pairs) { return WidenedPairs(woven + pairs * stride...); });
-      out[4 * x + channel] =
-          found == kOnlyPlainTells ? PlainSample(row, woven) : static_cast<std::uint8_t>(found);
+      out[4 * x + channel] = found == kOnlyPlainTells
+                                 ? PlainColumnSample(row.plan.columnWords.exact, row.r, woven, stride)
+                                 : static_cast<std::uint8_t>(found);
     });
   }
 
@@ -105,20 +107,6 @@ class WordColumns {
     std::uint16_t both;
     __builtin_memcpy(&both, p, sizeof both);
     return both;
-  }
-
-  // The plain evaluation over woven rows.
-  static __attribute__((noinline)) std::uint8_t PlainSample(const Row& row, const std::uint8_t* woven) {
-    const AxisWeights& exact = row.plan.columnWords.exact;
-    const WeightList& list = exact.lists[row.r];
-    const WeightBlock& block = exact.blocks[list.block];
-    double sum = 0.0;
-    for (std::int32_t t = 0; t < block.count; ++t) {
-      const std::int32_t at = list.first % 2 + t;
-      sum += static_cast<double>(exact.weights[block.offset + t]) *
-             woven[at / 2 * PlaneStride(row.plan) + at % 2];
-    }
-    return ref::ResampledChannel(sum, block.sum);
   }
 };
 

@@ -2,6 +2,7 @@
 #define PIXMORPH_KERNELS_RESAMPLE_WORD_ROWS_H_
 
 #include "kernels/registers.h"
+#include "kernels/resample_plain_samples.h"
 #include "kernels/resample_second_look.h"
 #include "kernels/resample_word_rounding.h"
 
@@ -153,7 +154,7 @@ class WordRows {
       const std::int32_t found =
           SecondLook(axis, list).At([=](auto... pairs) { return Pairs(woven + kPairBytes * pairs...); });
       slot[Slots::Column(column) + Slots::kChannelBytes * channel + row / 2 * stride + row % 2] =
-          found == kOnlyPlainTells ? PlainSample(axis, rows[row], column, channel)
+          found == kOnlyPlainTells ? PlainRowSample(axis.exact, column, rows[row], channel)
                                    : static_cast<std::uint8_t>(found);
     });
   }
@@ -168,12 +169,6 @@ class WordRows {
     std::int32_t both;
     __builtin_memcpy(&both, p, sizeof both);
     return both;
-  }
-
-  static __attribute__((noinline)) std::uint8_t PlainSample(const WordAxis& axis, const std::uint8_t* row,
-                                                            std::int32_t column, std::uint32_t channel) {
-    const std::uint8_t* const first = PixelAt(row, axis.exact.lists[column].first);
-    return static_cast<std::uint8_t>(ref::ResampledPixel(axis.exact, column, first, 4) >> (8 * channel));
   }
 };
 
