@@ -56,6 +56,7 @@ for isa in avx512 avx2 sse41 sse2 scalar; do
   $bench --rounds "$turns" --isa $isa $against --tsv "out/bench/table-$isa.tsv" || true
 done
 $plain --rounds "$rounds" --stores --tsv out/bench/stores.tsv
+$bench --rounds "$rounds" --contents --tsv out/bench/contents.tsv
 $bench --rounds "$rounds" --gaps --tsv out/bench/gaps.tsv
 $bench --rounds 5 --sweep all --tsv out/bench/curves.tsv
 $plain --rounds "$rounds" --sweep icons --tsv out/bench/icons.tsv

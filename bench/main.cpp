@@ -2,11 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <iostream>
-#include <map>
 
 #include "bench/measure.h"
 #include "bench/peer.h"
+#include "bench/report.h"
 #include "bench/subject.h"
 #include "bench/workload.h"
 
@@ -20,13 +19,8 @@ struct Options {
   std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
   std::string store = "console";
   int rounds = 7;
-  bool list = false, peers = false, stores = false, gaps = false, memory = false, checksums = false;
-};
-
-struct Contestant {
-  std::string name, what;
-  TimedRun run;
-  std::vector<double> milliseconds{};
+  bool list = false, peers = false, stores = false, contents = false, gaps = false, memory = false,
+       checksums = false;
 };
 
 std::vector<std::unique_ptr<Peer>> MakePeers(const Options& options) {
@@ -64,51 +58,6 @@ std::vector<Contestant> Line(Subject& subject, const std::vector<std::unique_ptr
   return line;
 }
 
-// Plays all rounds; the first of each contestant is a warm-up and not counted.
-Summary Play(std::vector<Contestant>& line, Yardstick& yardstick, int rounds) {
-  std::vector<double> copies;
-  for (int round = 0; round <= rounds; ++round) {
-    const double copy = yardstick.Run();
-    if (round > 0) copies.push_back(copy);
-    for (Contestant& contestant : line) {
-      const double milliseconds = contestant.run();
-      if (round > 0) contestant.milliseconds.push_back(milliseconds);
-    }
-  }
-  return Summarize(copies);
-}
-
-class Report {
- public:
-  explicit Report(const Options& options) {
-    if (options.tsv.empty()) return;
-    tsv_.open(options.tsv);
-    tsv_ << "series\tvariable\tworkload\tcontestant\twhat\tms\tspread_ms\tratio\tgoal\tstretch\n";
-  }
-
-  void Add(const std::string& series, double variable, const Workload& workload,
-           const std::vector<Contestant>& line, double copy) {
-    for (const Contestant& c : line) {
-      const Summary s = Summarize(c.milliseconds);
-      const double ratio = s.median / copy;
-      const char* verdict = &c != &line[0] || workload.goal == 0 ? ""
-                            : ratio <= workload.stretch          ? "stretch"
-                            : ratio <= workload.goal             ? "goal"
-                                                                 : "behind";
-      std::printf("%-22s %-18s %-28s %8.3f ms ±%6.3f  %6.3f × %s\n",
-                  &c == &line[0] ? workload.name.c_str() : "", c.name.c_str(), c.what.c_str(), s.median,
-                  s.spread, ratio, verdict);
-      tsv_ << series << '\t' << variable << '\t' << workload.name << '\t' << c.name << '\t' << c.what << '\t'
-           << s.median << '\t' << s.spread << '\t' << ratio << '\t' << workload.goal << '\t'
-           << workload.stretch << '\n';
-    }
-    std::fflush(stdout);
-  }
-
- private:
-  std::ofstream tsv_;
-};
-
 // Those that the filter lets through; a whole name means that one alone.
 std::vector<Workload> Chosen(const Options& options) {
   std::vector<Workload> chosen;
@@ -127,7 +76,7 @@ void PrintList(const Options& options) {
 void RunTable(const Options& options, Subject& subject) {
   const auto peers = MakePeers(options);
   Yardstick yardstick;
-  Report report(options);
+  Report report(options.tsv);
   for (const Workload& workload : Chosen(options)) {
     auto line = Line(subject, peers, workload);
     const Summary copy = Play(line, yardstick, options.rounds);
@@ -140,7 +89,7 @@ void RunStores(const Options& options) {
   if (!Subject::MixesStores())
     throw std::runtime_error("--stores is for pixmorph_bench_plain and the rehearsal");
   Yardstick yardstick;
-  Report report(options);
+  Report report(options.tsv);
   for (const Workload& workload : Chosen(options)) {
     std::vector<Contestant> line;
     for (const char* store : {"console", "cairo", "gdk"}) {
@@ -152,9 +101,26 @@ void RunStores(const Options& options) {
   }
 }
 
+// The same work on pictures that show different things, in turns.
+void RunContents(const Options& options, Subject& subject) {
+  Yardstick yardstick;
+  Report report(options.tsv);
+  for (Workload workload : Chosen(options)) {
+    std::vector<Contestant> line;
+    for (int n = 0; n < kContentCount; ++n) {
+      workload.content = static_cast<Content>(n);
+      const TimedRun run = subject.Prepare(workload);
+      // The second run of each counts: the first finds the caches as the one before it left them.
+      line.push_back({NameOf(workload.content), subject.Level(), [run] { return run(), run(); }});
+    }
+    const Summary copy = Play(line, yardstick, options.rounds);
+    report.Add("contents", 0, workload, line, copy.median);
+  }
+}
+
 void RunSweep(const Options& options, Subject& subject) {
   Yardstick yardstick;
-  Report report(options);
+  Report report(options.tsv);
   for (const Sweep& sweep : StandardSweeps()) {
     if (options.sweep == "all" ? sweep.name == "icons" : sweep.name != options.sweep) continue;
     std::printf("# %s: %s\n", sweep.name.c_str(), sweep.variable.c_str());
@@ -171,7 +137,7 @@ void RunSweep(const Options& options, Subject& subject) {
 // The longest gap between two yields, the least of several runs: what other processes cost is not ours.
 void RunGaps(const Options& options, Subject& subject) {
   std::printf("# longest gap between yields with interval -10, least of %d runs, ms\n", options.rounds);
-  Report report(options);
+  Report report(options.tsv);
   for (const Workload& workload : Chosen(options)) {
     Contestant contestant{"pixmorph", "longest gap", {}};
     double least = subject.LongestGap(workload);
@@ -215,6 +181,8 @@ Options Parse(int argc, char** argv, CLI::App& app) {
   app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps, all three of these, or icons")
       ->check(CLI::IsMember({"size", "radius", "taps", "icons", "all"}));
   app.add_flag("--stores", o.stores, "Measure all kinds of picture memory in the same run instead");
+  app.add_flag("--contents", o.contents,
+               "Measure photographs, noise, flat pictures, screens and checks in the same run instead");
   app.add_flag("--gaps", o.gaps, "Measure the longest gap between two yields instead");
   app.add_flag("--checksums", o.checksums, "Print checksums of small results instead");
   app.add_flag("--memory", o.memory, "Count the plugin's own memory instead");
@@ -243,6 +211,8 @@ int main(int argc, char** argv) {
       RunMemory(options, subject);
     else if (options.stores)
       RunStores(options);
+    else if (options.contents)
+      RunContents(options, subject);
     else if (!options.sweep.empty())
       RunSweep(options, subject);
     else

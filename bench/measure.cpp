@@ -23,24 +23,6 @@ double TimeOf(const std::function<void()>& work) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-Bitmap::Bitmap(int w, int h, std::uint32_t seed)
-    : width(w), height(h), pixels(std::size_t(w) * std::size_t(h)) {
-  FillPhotographLike(pixels.data(), w, h, seed);
-}
-
-void FillPhotographLike(std::uint32_t* pixels, int width, int height, std::uint32_t seed) {
-  std::uint32_t state = seed * 2654435761u + 1;
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      state = state * 1664525u + 1013904223u;
-      const std::uint32_t noise = state >> 28;
-      const auto red = static_cast<std::uint32_t>(x * 190 / width) + noise;
-      const auto green = static_cast<std::uint32_t>(y * 190 / height) + (state >> 24 & 15);
-      const auto blue = static_cast<std::uint32_t>((x + y) / 8 % 200) + (state >> 20 & 15);
-      pixels[std::size_t(y) * std::size_t(width) + std::size_t(x)] = red << 16 | green << 8 | blue;
-    }
-}
-
 std::uint32_t ColourChecksum(const std::uint32_t* pixels, std::size_t count) {
   std::uint32_t crc = 0xFFFFFFFFu;
   for (std::size_t i = 0; i < count; ++i)

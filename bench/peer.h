@@ -5,25 +5,14 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
+#include "bench/content.h"
 #include "bench/workload.h"
 
 namespace bench {
 
-// Gradients with a little noise in every channel: neither flat nor random. Top bytes are 0.
-void FillPhotographLike(std::uint32_t* pixels, int width, int height, std::uint32_t seed);
-
 // CRC-32 of the colours of `count` pixels; the top bytes don't count.
 std::uint32_t ColourChecksum(const std::uint32_t* pixels, std::size_t count);
-
-// 32-bit BGRx pixels, rows contiguous, every page touched.
-struct Bitmap {
-  int width = 0, height = 0;
-  std::vector<std::uint32_t> pixels;
-  Bitmap(int w, int h, std::uint32_t seed);
-  int StrideBytes() const { return width * 4; }
-};
 
 // One timed run of a prepared workload; returns milliseconds.
 using TimedRun = std::function<double()>;

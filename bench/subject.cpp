@@ -24,10 +24,11 @@ kernels::Level LevelNamed(const std::string& name) {
   throw std::runtime_error("unknown level '" + name + "'; levels are scalar, sse2, sse41, avx2, avx512");
 }
 
-standin::Ref Filled(int width, int height, bool alpha, std::uint32_t seed) {
+standin::Ref Filled(int width, int height, bool alpha, std::uint32_t seed,
+                    Content content = Content::kPhotograph) {
   const standin::Ref picture =
       alpha ? standin::NewAlphaPicture(width, height) : standin::NewPicture(width, height);
-  const Bitmap bitmap(width, height, seed);
+  const Bitmap bitmap(width, height, seed, content);
   standin::SetPixels(picture, bitmap.pixels);
   return picture;
 }
@@ -73,7 +74,7 @@ bool Subject::MixesStores() { return false; }
 
 TimedRun Subject::Prepare(const Workload& workload, int interval) {
   const Workload w = workload;
-  const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1);
+  const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1, w.content);
   if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
     return [w, source, interval] {
       return TimeOf([&] {
@@ -92,7 +93,7 @@ TimedRun Subject::Prepare(const Workload& workload, int interval) {
 }
 
 std::uint32_t Subject::Checksum(const Workload& w) {
-  const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1);
+  const standin::Ref source = Filled(w.sourceWidth, w.sourceHeight, alpha_, 1, w.content);
   standin::Ref result;
   if (w.method == Method::kDraw || w.method == Method::kDrawMasked) {
     if (w.method == Method::kDrawMasked)

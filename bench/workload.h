@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/content.h"
+
 namespace bench {
 
 enum class Method { kScale, kScaling, kBlur, kDraw, kDrawMasked };
@@ -16,8 +18,9 @@ struct Workload {
   int width, height;  // of the result; of the destination for the draws
   int mode = 0;       // kernel 1..7 of ScalingKTZ
   bool antiAlias = false;
-  double radius = 0;  // pixels
-  double goal = 0;    // multiples of one 4000x3000 memcpy; 0: none
+  double radius = 0;                       // pixels
+  Content content = Content::kPhotograph;  // of the source
+  double goal = 0;                         // multiples of one 4000x3000 memcpy; 0: none
   double stretch = 0;
 };
 

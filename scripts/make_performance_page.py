@@ -91,6 +91,12 @@ def stores(folder):
                          (("console", "console"), ("cairo", "cairo"), ("3 bytes a pixel", "gdk"))})
 
 
+def contents(folder):
+    rows = rows_of(folder / "contents.tsv")
+    kinds = list(dict.fromkeys(row["contestant"] for row in rows))
+    return side_by_side({kind: [row for row in rows if row["contestant"] == kind] for kind in kinds})
+
+
 def memory(folder):
     rows = rows_of(folder / "memory.tsv")
     lines = ["| workload | bytes |", "|---|---|"]
@@ -133,7 +139,7 @@ def main():
     if not rows_of(folder / "table.tsv"):
         sys.exit(f"{folder}/table.tsv is missing or empty; run ./bench.sh first")
     text = PAGE.read_text(encoding="utf-8")
-    makers = {"table": table, "levels": levels, "stores": stores, "held": held_down, "memory": memory,
+    makers = {"table": table, "levels": levels, "stores": stores, "contents": contents, "held": held_down, "memory": memory,
               "icons": icons, "instructions": instructions, "origin": origin}
     for name, make in makers.items():
         block = f"<!-- figures: {name} -->\n\n{make(folder)}\n\n<!-- end -->"

@@ -29,9 +29,10 @@ std::int32_t SourceType(bool alpha) {
   return alpha ? pixmorph::kPixelCairoAlpha32 : rehearsal::gNewPictureType;
 }
 
-PicturePtr Filled(int width, int height, std::int32_t type, std::uint32_t seed) {
+PicturePtr Filled(int width, int height, std::int32_t type, std::uint32_t seed,
+                  Content content = Content::kPhotograph) {
   PicturePtr picture = Own(rehearsal::NewPicture(width, height, type));
-  const Bitmap bitmap(width, height, seed);
+  const Bitmap bitmap(width, height, seed, content);
   const int bytes = pixmorph::PixelTypeInfo(type).bytesPerPixel;
   std::uint8_t* p = picture->pixels;
   for (std::uint32_t pixel : bitmap.pixels) {
@@ -63,9 +64,9 @@ void GiveMask(const Workload& w, const PicturePtr& source, std::int32_t type) {
 }  // namespace
 
 Subject::Subject(const std::string& isa, const std::string& store) : alpha_(store == "cairo-alpha") {
-  // As in a 32-bit process: larger blocks always come from the system as they are, clear. Left alone, the 64-bit
-  // library would keep blocks of up to 32 MiB and clear them for every call. What is free at the end of the
-  // heap stays mapped, as it does in an application that has blocks of its own behind it.
+  // As in a 32-bit process: larger blocks always come from the system as they are, clear. Left alone, the
+  // 64-bit library would keep blocks of up to 32 MiB and clear them for every call. What is free at the end
+  // of the heap stays mapped, as it does in an application that has blocks of its own behind it.
   mallopt(M_MMAP_THRESHOLD, 512 * 1024);
   mallopt(M_TRIM_THRESHOLD, 64 * 1024 * 1024);
   rehearsal::gNewPictureType = store == "console" ? pixmorph::kPixelHostRGB32
@@ -86,7 +87,7 @@ bool Subject::MixesStores() { return true; }
 
 TimedRun Subject::Prepare(const Workload& workload, int interval) {
   const Workload w = workload;
-  const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1);
+  const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1, w.content);
   if (w.method != Method::kDraw && w.method != Method::kDrawMasked)
     return [w, source, interval, made = rehearsal::gNewPictureType] {
       rehearsal::gNewPictureType = made;
@@ -109,7 +110,7 @@ TimedRun Subject::Prepare(const Workload& workload, int interval) {
 }
 
 std::uint32_t Subject::Checksum(const Workload& w) {
-  const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1);
+  const PicturePtr source = Filled(w.sourceWidth, w.sourceHeight, SourceType(alpha_), 1, w.content);
   PicturePtr result;
   if (w.method == Method::kDraw || w.method == Method::kDrawMasked) {
     if (w.method == Method::kDrawMasked) GiveMask(w, source, SourceType(alpha_));

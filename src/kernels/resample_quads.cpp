@@ -48,8 +48,8 @@ class Packer {
   void ChooseBiases() {
     for (std::int32_t b = 0; b < axis_.blockCount; ++b) {
       const WeightBlock& block = axis_.blocks[b];
-      biases_[b] = RoundedUp(block) ? (1 << (fixed_.fractionBits - 1)) + 2 * fixed_.error
-                                    : BiasOf(axis_, block, fixed_);
+      biases_[b] = RoundedUp(block) || IsExact(block) ? (1 << (fixed_.fractionBits - 1)) + 2 * fixed_.error
+                                                      : BiasOf(axis_, block, fixed_);
     }
   }
 
@@ -57,6 +57,15 @@ class Packer {
   bool RoundedUp(const WeightBlock& block) const {
     return IsAverage(axis_, block) &&
            255.0 * block.count + 2.0 * fixed_.error < TiesOf(axis_, block).step * fixed_.unit;
+  }
+
+  // Sums are exact, and ties are rounded up: taken to 2 errors they are clear of what is in question, however
+  // large the error that other blocks make.
+  bool IsExact(const WeightBlock& block) const {
+    for (std::int32_t t = 0; t < block.count; ++t)
+      if (ScaledWeight(axis_, block, t, fixed_.unit) != Integer(block, t)) return false;
+    const TieRule ties = TiesOf(axis_, block);
+    return ties.step != 0.0 && ties.spread == 0.0 && ties.up;
   }
 
   void Place(std::int32_t i) {
