@@ -19,8 +19,8 @@ struct Options {
   std::string isa, filter, tsv, script = "bench/peer_python.py", sweep;
   std::string store = "console";
   int rounds = 7;
-  bool list = false, peers = false, stores = false, contents = false, gaps = false, memory = false,
-       checksums = false;
+  bool list = false, peers = false, levels = false, stores = false, contents = false, gaps = false,
+       memory = false, checksums = false;
 };
 
 std::vector<std::unique_ptr<Peer>> MakePeers(const Options& options) {
@@ -84,6 +84,20 @@ void RunTable(const Options& options, Subject& subject) {
   }
 }
 
+// The same work on every level that this processor has, in turns.
+void RunLevels(const Options& options, Subject& subject) {
+  Yardstick yardstick;
+  Report report(options.tsv);
+  for (const Workload& workload : Chosen(options)) {
+    const TimedRun run = subject.Prepare(workload);
+    std::vector<Contestant> line;
+    for (const std::string& level : LevelsHere())
+      line.push_back({level, "", [run, level] { return ForceLevelNamed(level), run(); }});
+    const Summary copy = Play(line, yardstick, options.rounds);
+    report.Add("levels", 0, workload, line, copy.median);
+  }
+}
+
 // The same work in every kind of pixel memory, in turns.
 void RunStores(const Options& options) {
   if (!Subject::MixesStores())
@@ -109,9 +123,7 @@ void RunContents(const Options& options, Subject& subject) {
     std::vector<Contestant> line;
     for (int n = 0; n < kContentCount; ++n) {
       workload.content = static_cast<Content>(n);
-      const TimedRun run = subject.Prepare(workload);
-      // The second run of each counts: the first finds the caches as the one before it left them.
-      line.push_back({NameOf(workload.content), subject.Level(), [run] { return run(), run(); }});
+      line.push_back({NameOf(workload.content), subject.Level(), subject.Prepare(workload)});
     }
     const Summary copy = Play(line, yardstick, options.rounds);
     report.Add("contents", 0, workload, line, copy.median);
@@ -180,6 +192,7 @@ Options Parse(int argc, char** argv, CLI::App& app) {
       "Measure the other libraries in the same run; with --isa sse2 or avx2 they get no more either");
   app.add_option("--sweep", o.sweep, "Instead of the table: size, radius, taps, all three of these, or icons")
       ->check(CLI::IsMember({"size", "radius", "taps", "icons", "all"}));
+  app.add_flag("--levels", o.levels, "Measure all levels in the same run instead");
   app.add_flag("--stores", o.stores, "Measure all kinds of picture memory in the same run instead");
   app.add_flag("--contents", o.contents,
                "Measure photographs, noise, flat pictures, screens and checks in the same run instead");
@@ -209,6 +222,8 @@ int main(int argc, char** argv) {
       RunGaps(options, subject);
     else if (options.memory)
       RunMemory(options, subject);
+    else if (options.levels)
+      RunLevels(options, subject);
     else if (options.stores)
       RunStores(options);
     else if (options.contents)

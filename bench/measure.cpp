@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <stdexcept>
 
 #include "bench/peer.h"
 #include "kernels/levels.h"
@@ -14,9 +15,11 @@
 
 namespace bench {
 
+namespace kernels = pixmorph::kernels;
+
 double TimeOf(const std::function<void()>& work) {
   // Another contestant's AVX code may have slowed the thread's SSE code for good.
-  static const std::uint32_t states = pixmorph::kernels::TableOf(pixmorph::kernels::BestLevel()).wideStates;
+  static const std::uint32_t states = kernels::TableOf(kernels::BestLevel()).wideStates;
   { const pixmorph::WideRegisters fresh(states); }
   const auto start = std::chrono::steady_clock::now();
   work();
@@ -65,6 +68,23 @@ void GapWatch::Mark() {
   const double now = NowMilliseconds();
   longest_ = std::max(longest_, now - last_);
   last_ = now;
+}
+
+std::vector<std::string> LevelsHere() {
+  std::vector<std::string> names;
+  for (int i = static_cast<int>(kernels::BestLevel()); i >= 0; --i)
+    names.emplace_back(kernels::TableOf(static_cast<kernels::Level>(i)).name);
+  return names;
+}
+
+void ForceLevelNamed(const std::string& name) {
+  for (int i = 0; i < kernels::kLevelCount; ++i) {
+    const auto level = static_cast<kernels::Level>(i);
+    if (name != kernels::TableOf(level).name) continue;
+    if (kernels::ForceLevel(level)) return;
+    throw std::runtime_error("this processor can't run level " + name);
+  }
+  throw std::runtime_error("unknown level '" + name + "'; levels are scalar, sse2, sse41, avx2, avx512");
 }
 
 int PinToOneCore() {

@@ -37,6 +37,13 @@ class GapWatch {
   double last_ = 0, longest_ = 0;
 };
 
+// The names of the levels that this processor has, the best first.
+std::vector<std::string> LevelsHere();
+
+// From now on kernels are those of this level. Throws std::runtime_error for a level that is none, or that
+// this processor lacks.
+void ForceLevelNamed(const std::string& name);
+
 // Keeps this process on one core, the last one that it may use. Returns its number, or -1.
 int PinToOneCore();
 

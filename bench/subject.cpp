@@ -16,14 +16,6 @@ namespace {
 
 namespace kernels = pixmorph::kernels;
 
-kernels::Level LevelNamed(const std::string& name) {
-  for (int i = 0; i < kernels::kLevelCount; ++i) {
-    const auto level = static_cast<kernels::Level>(i);
-    if (name == kernels::TableOf(level).name) return level;
-  }
-  throw std::runtime_error("unknown level '" + name + "'; levels are scalar, sse2, sse41, avx2, avx512");
-}
-
 standin::Ref Filled(int width, int height, bool alpha, std::uint32_t seed,
                     Content content = Content::kPhotograph) {
   const standin::Ref picture =
@@ -65,8 +57,7 @@ void StartRuntime(const std::string& store, bool watchMemory) {
 Subject::Subject(const std::string& isa, const std::string& store)
     : store_(store), alpha_(store == "cairo-alpha") {
   StartRuntime(store_, false);
-  if (!isa.empty() && !kernels::ForceLevel(LevelNamed(isa)))
-    throw std::runtime_error("this processor can't run level " + isa);
+  if (!isa.empty()) ForceLevelNamed(isa);
   level_ = kernels::Kernels().name;
 }
 

@@ -81,8 +81,8 @@ def side_by_side(tables):
 
 
 def levels(folder):
-    return side_by_side({level: [row for row in rows_of(folder / f"table-{level}.tsv") if row["contestant"] == OURS]
-                         for level in LEVELS})
+    rows = rows_of(folder / "levels.tsv")
+    return side_by_side({level: [row for row in rows if row["contestant"] == level] for level in LEVELS})
 
 
 def stores(folder):

@@ -72,14 +72,8 @@ Subject::Subject(const std::string& isa, const std::string& store) : alpha_(stor
   rehearsal::gNewPictureType = store == "console" ? pixmorph::kPixelHostRGB32
                                : store == "gdk"   ? pixmorph::kPixelRGB24
                                                   : pixmorph::kPixelCairoRGB32;
-  for (int i = 0; i < kernels::kLevelCount && !isa.empty(); ++i) {
-    const auto level = static_cast<kernels::Level>(i);
-    if (isa == kernels::TableOf(level).name && !kernels::ForceLevel(level))
-      throw std::runtime_error("this processor can't run level " + isa);
-  }
+  if (!isa.empty()) ForceLevelNamed(isa);
   level_ = kernels::Kernels().name;
-  if (!isa.empty() && level_ != isa)
-    throw std::runtime_error("unknown level '" + isa + "'; levels are scalar, sse2, sse41, avx2, avx512");
   level_ += sizeof(void*) == 4 ? ", plain memory" : ", 64-bit rehearsal";
 }
 
