@@ -15,8 +15,8 @@ namespace {
 
 // `channel` of the pixels from `pixel` on, four by four.
 PIXMORPH_INLINE double ExactPixelSum(const float* weights, std::int32_t count, const std::uint8_t* pixel,
-                                     std::uint32_t channel) {
-  const __m128i shift = _mm_cvtsi32_si128(static_cast<std::int32_t>(8 * channel));
+                                     std::int32_t channel) {
+  const __m128i shift = _mm_cvtsi32_si128(8 * channel);
   __m128d even = _mm_setzero_pd(), odd = even;
   std::int32_t t = 0;
   for (; t + 4 <= count; t += 4, pixel += 16) {
@@ -35,7 +35,7 @@ PIXMORPH_INLINE double ExactPixelSum(const float* weights, std::int32_t count, c
 
 // A channel of output column `column` of a source row.
 __attribute__((noinline)) std::uint8_t PlainRowSample(const AxisWeights& axis, std::int32_t column,
-                                                      const std::uint8_t* row, std::uint32_t channel) {
+                                                      const std::uint8_t* row, std::int32_t channel) {
   const WeightList& list = axis.lists[column];
   const WeightBlock& block = axis.blocks[list.block];
   const float* const weights = axis.weights + block.offset;

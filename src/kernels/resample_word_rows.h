@@ -144,9 +144,9 @@ class WordRows {
     const WordAxis axis = plan.rowWords;
     const std::ptrdiff_t stride = PlaneStride(plan);
     unsure.TakeAll([&](std::uint32_t place, std::uint32_t bit) {
-      const std::uint32_t group = place / 16, channel = place % 4;
-      const auto column = static_cast<std::int32_t>(4 * group + bit / 4 % 4);
-      const std::uint32_t row = place % 16 - channel + bit / 16 * 4 + bit % 4;
+      const auto column = static_cast<std::int32_t>(place / 16 * 4 + bit / 4 % 4);
+      const auto channel = static_cast<std::int32_t>(place % 4);
+      const auto row = static_cast<std::int32_t>(place / 4 % 4 * 4 + bit / 16 * 4 + bit % 4);
       // The columns behind the last are not there.
       if (column >= axis.exact.count) return;
       const WordList& list = axis.lists[column];
