@@ -51,7 +51,7 @@ class SecondLook {
         near_(axis.grades[list.grade].near) {}
 
   // An unsure sample's byte, or kOnlyPlainTells. `four(a, b, c, d)` gives these of the list's pairs, counted
-  // from its first, as 16-bit numbers.
+  // from its first, as 16-bit numbers, and `four(a)` one and anything.
   template <class Four>
   PIXMORPH_INLINE_MEMBER std::int32_t At(const Four& four) const {
     const std::int32_t* const secondWords = words_ + SecondWords(pairs_);
@@ -59,10 +59,11 @@ class SecondLook {
     TwoSums sums;
     std::int32_t p = 0;
     for (; p + 4 <= pairs_; p += 4) sums.Add(four(p, p + 1, p + 2, p + 3), words_ + p, secondWords + p);
-    // Words behind the last are 0.
-    if (p <= last)
-      sums.Add(four(p, p < last ? p + 1 : last, p + 1 < last ? p + 2 : last, last), words_ + p,
-               secondWords + p);
+    // Words behind the last are 0. Lists of whole fours, begun at an odd sample, have one pair more.
+    if (p == last)
+      sums.Add(four(p), words_ + p, secondWords + p);
+    else if (p < last)
+      sums.Add(four(p, p + 1, p + 1 < last ? p + 2 : last, last), words_ + p, secondWords + p);
     std::int32_t first, second;
     sums.Finish(first, second);
     return Decide(first + bias_, second + secondBias_);

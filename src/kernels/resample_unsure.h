@@ -13,7 +13,7 @@ namespace {
 // the way that the loop goes.
 class Unsure {
  public:
-  static constexpr std::int32_t kMost = 64;
+  static constexpr std::int32_t kMost = 128;
 
   // Up to 32 samples, a bit each; `place` says where, as the reader likes. Not when full.
   PIXMORPH_INLINE_MEMBER void Add(std::uint32_t place, std::uint32_t bits) {

@@ -103,6 +103,10 @@ class WordColumns {
     return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
   }
 
+  PIXMORPH_INLINE_MEMBER static __m128i WidenedPairs(const std::uint8_t* a) {
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(TwoBytes(a)), _mm_setzero_si128());
+  }
+
   PIXMORPH_INLINE_MEMBER static std::int32_t TwoBytes(const std::uint8_t* p) {
     std::uint16_t both;
     __builtin_memcpy(&both, p, sizeof both);

@@ -165,6 +165,10 @@ class WordRows {
     return _mm_set_epi32(TwoWords(d), TwoWords(c), TwoWords(b), TwoWords(a));
   }
 
+  PIXMORPH_INLINE_MEMBER static __m128i Pairs(const std::uint8_t* a) {
+    return _mm_cvtsi32_si128(TwoWords(a));
+  }
+
   PIXMORPH_INLINE_MEMBER static std::int32_t TwoWords(const std::uint8_t* p) {
     std::int32_t both;
     __builtin_memcpy(&both, p, sizeof both);
