@@ -13,6 +13,15 @@ namespace pixmorph::kernels {
 
 namespace {
 
+// As `ref::ResampledChannel`, in the caller's own instructions: SSE code that is called out of AVX code may
+// take several times as long.
+PIXMORPH_INLINE std::uint8_t PlainChannel(double sum, float weightSum) {
+  const double quotient = sum / static_cast<double>(weightSum), rounded = quotient + 0.5;
+  const bool finite = quotient - quotient == 0.0;
+  if (!finite || rounded < 1.0) return 0;
+  return rounded >= 255.0 ? 255 : static_cast<std::uint8_t>(TruncateInRange(rounded));
+}
+
 // `channel` of the pixels from `pixel` on, four by four.
 PIXMORPH_INLINE double ExactPixelSum(const float* weights, std::int32_t count, const std::uint8_t* pixel,
                                      std::int32_t channel) {
@@ -47,7 +56,7 @@ __attribute__((noinline)) std::uint8_t PlainRowSample(const AxisWeights& axis, s
     for (std::int32_t t = 0; t < block.count; ++t, pixel += 4)
       sum += static_cast<double>(weights[t]) * pixel[channel];
   }
-  return ref::ResampledChannel(sum, block.sum);
+  return PlainChannel(sum, block.sum);
 }
 
 // An output sample of row r; `woven` is its place in the first plane of the row's list.
@@ -66,7 +75,7 @@ __attribute__((noinline)) std::uint8_t PlainColumnSample(const AxisWeights& axis
     (block.exactSums ? second : sum) += static_cast<double>(weight[1]) * woven[1];
   }
   if (weight < end) sum += static_cast<double>(*weight) * woven[0];
-  return ref::ResampledChannel(sum + second, block.sum);
+  return PlainChannel(sum + second, block.sum);
 }
 
 }  // namespace
