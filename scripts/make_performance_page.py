@@ -139,8 +139,8 @@ def main():
     if not rows_of(folder / "table.tsv"):
         sys.exit(f"{folder}/table.tsv is missing or empty; run ./bench.sh first")
     text = PAGE.read_text(encoding="utf-8")
-    makers = {"table": table, "levels": levels, "stores": stores, "contents": contents, "held": held_down, "memory": memory,
-              "icons": icons, "instructions": instructions, "origin": origin}
+    makers = {"table": table, "levels": levels, "stores": stores, "contents": contents, "held": held_down,
+              "memory": memory, "icons": icons, "instructions": instructions, "origin": origin}
     for name, make in makers.items():
         block = f"<!-- figures: {name} -->\n\n{make(folder)}\n\n<!-- end -->"
         text = re.sub(rf"<!-- figures: {name} -->.*?<!-- end -->", lambda _, block=block: block, text, flags=re.S)

@@ -17,7 +17,10 @@ std::uint32_t gStates = 0;
 
 }  // namespace
 
-WideRegisters::WideRegisters(std::uint32_t states) { gStates = states; }
+WideRegisters::WideRegisters(std::uint32_t states) {
+  gStates = states;
+  LeaveWideRegisters();
+}
 
 void LeaveWideRegisters() {
   if (gStates == 0) return;

@@ -14,7 +14,7 @@ namespace pixmorph {
 // to be unused. Takes 0.1 us.
 void LeaveWideRegisters();
 
-// Does it at the end of a method, however it ends.
+// Does it at the start of a method, since other libraries' code may not have, and at its end, however it ends.
 class WideRegisters {
  public:
   // states: beyond SSE's, those that the method's kernels write, as bits of extended control register 0. The

@@ -14,6 +14,7 @@
 #include "picture/pixel_format.h"
 #include "scaling/resample.h"
 #include "scaling/scale.h"
+#include "support/wide_registers.h"
 #include "tests/support/random.h"
 #include "tests/support/wide_registers.h"
 
@@ -187,6 +188,12 @@ TEST(WholeMethods, LeaveTheWideRegisters) {
     ASSERT_TRUE(pixmorph::kernels::ForceLevel(static_cast<Level>(level)));
     // Of those that 32-bit code has: a 64-bit C library uses the upper sixteen registers, too.
     std::uint32_t states = pixmorph::kernels::Kernels().wideStates & ~(1u << 7);
+    test::UseWideRegisters();
+    ASSERT_NE(0u, test::StatesInUse(states));
+    {
+      const pixmorph::WideRegisters wideRegisters(states);
+      EXPECT_EQ(0u, test::StatesInUse(states)) << "at the start";
+    }
     for (int number = 0; number < 100; ++number) {
       test::Random random(static_cast<std::uint64_t>(number));
       const Case call(random);

@@ -23,6 +23,9 @@ inline bool TellsStatesInUse() {
   return (AllStatesInUse() & 4u) == 0;
 }
 
+// Leaves the first of them in use.
+inline void UseWideRegisters() { __asm__ volatile("vcmptrueps %%ymm1, %%ymm1, %%ymm1" : : : "xmm1"); }
+
 // Those of `states` that are in use once SSE instructions have run: where upper halves are not known to be
 // unused, these instructions keep them.
 inline std::uint32_t StatesInUse(std::uint32_t states) {
