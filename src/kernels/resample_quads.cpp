@@ -122,14 +122,12 @@ class Packer {
 }  // namespace
 
 std::int64_t QuadsBytes(const AxisWeights& axis) {
-  std::int64_t quads = 1, widest = 1;
-  for (std::int32_t i = 0; i < axis.count; ++i) {
-    const std::int64_t own =
-        (axis.lists[i].first % 4 + std::int64_t{axis.blocks[axis.lists[i].block].count} + 3) / 4;
-    if (own > widest) widest = own;
-  }
-  quads = widest * axis.count;
-  return ByteSize(quads)
+  std::int32_t longest = 0;
+  for (std::int32_t b = 0; b < axis.blockCount; ++b)
+    if (axis.blocks[b].count > longest) longest = axis.blocks[b].count;
+  // A list begins with up to three samples that are not its own.
+  return ByteSize((std::int64_t{longest} + 6) / 4)
+      .Times(axis.count)
       .Times(12)
       .Plus(ByteSize(axis.count).Plus(3).Times(sizeof(QuadList)).Bytes())
       .Plus(ByteSize(axis.blockCount).Times(20).Bytes())

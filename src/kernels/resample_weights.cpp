@@ -20,10 +20,12 @@ std::int32_t TapSpan(const ContributionList& list) {
 
 // Writes the list's weights without gaps; the number written.
 std::int32_t Spread(const ContributionList& list, float* weights) {
-  const std::int32_t span = TapSpan(list);
-  memset(weights, 0, sizeof(float) * static_cast<std::uint32_t>(span));
-  if (AlwaysZero(list)) return span;
-  const std::int32_t first = list.entries[0].pixel;
+  if (AlwaysZero(list)) {
+    weights[0] = 0.0f;
+    return 1;
+  }
+  const std::int32_t span = TapSpan(list), first = list.entries[0].pixel;
+  if (span != list.count) memset(weights, 0, sizeof(float) * static_cast<std::uint32_t>(span));
   for (std::int32_t t = 0; t < list.count; ++t)
     weights[list.entries[t].pixel - first] = list.entries[t].weight;
   return span;

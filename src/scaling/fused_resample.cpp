@@ -50,7 +50,7 @@ void FusedResample::PlanMemory() {
     const std::int32_t slots = Batch(LastRow(list)) - Batch(list.first) + 1;
     if (slots > most) most = slots;
   }
-  const std::int32_t batches = Batch(std::int64_t{columnWeights_.sourceLength} - 1) + 1;
+  const std::int32_t batches = Batch(columnWeights_.sourceLength - 1) + 1;
   capacity_ = most < batches / 2 ? 2 * most : batches;
   unpackedStride_ = Lines(std::int64_t{rowWeights_.sourceLength} * 4);
   const std::int64_t slots = ByteSize(plan_.slotBytes).Times(capacity_).Bytes();

@@ -49,7 +49,7 @@ class FusedResample {
   }
 
  private:
-  std::int32_t Batch(std::int64_t row) const { return static_cast<std::int32_t>(row / plan_.batchRows); }
+  std::int32_t Batch(std::int32_t row) const { return row / plan_.batchRows; }
   std::int32_t LastRow(const kernels::WeightList& list) const {
     return list.first + columnWeights_.blocks[list.block].count - 1;
   }
