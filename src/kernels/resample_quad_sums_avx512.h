@@ -29,35 +29,37 @@ PIXMORPH_INLINE void AddProducts(__m512i& sums, __m512i bytes, const std::int32_
 struct DigitsOfSums {
   __m512i high, middle, low;
 
-  // Those of the quad at `source`.
-  template <std::int32_t kQuad>
+  // Those of the quad at `source`, of the first kDigits.
+  template <std::int32_t kDigits, std::int32_t kQuad>
   PIXMORPH_INLINE_MEMBER void Add(const std::uint8_t* source, const std::int32_t* digits) {
     const __m512i bytes = LoadVector(source);
     AddProducts<3 * kQuad>(high, bytes, digits);
+    if (kDigits == 1) return;
     AddProducts<3 * kQuad + 1>(middle, bytes, digits);
     AddProducts<3 * kQuad + 2>(low, bytes, digits);
   }
   // Those of quads 0 .. kQuads - 1.
-  template <std::int32_t kQuads>
+  template <std::int32_t kDigits, std::int32_t kQuads>
   PIXMORPH_INLINE_MEMBER void AddFirst(const std::uint8_t* source, std::ptrdiff_t stride,
                                        const std::int32_t* digits) {
     if constexpr (kQuads > 0) {
-      AddFirst<kQuads - 1>(source, stride, digits);
-      Add<kQuads - 1>(source + (kQuads - 1) * stride, digits);
+      AddFirst<kDigits, kQuads - 1>(source, stride, digits);
+      Add<kDigits, kQuads - 1>(source + (kQuads - 1) * stride, digits);
     }
   }
 };
 
 // The three digits' sums of one list over quads that lie `stride` bytes apart, put together. kQuads 0:
-// `quads` of them, otherwise kQuads.
-template <std::int32_t kQuads>
+// `quads` of them, otherwise kQuads. kDigits: see `QuadList::digits`.
+template <std::int32_t kDigits, std::int32_t kQuads>
 PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::ptrdiff_t stride,
                                   const std::int32_t* digits, std::int32_t quads, std::int32_t bias) {
   DigitsOfSums sums = {_mm512_setzero_si512(), _mm512_setzero_si512(), _mm512_set1_epi32(bias)};
-  sums.AddFirst<kQuads>(source, stride, digits);
+  sums.AddFirst<kDigits, kQuads>(source, stride, digits);
   if (kQuads == 0) {
-    for (; quads > 1; quads -= 2, source += 2 * stride, digits += 6) sums.AddFirst<2>(source, stride, digits);
-    if (quads > 0) sums.AddFirst<1>(source, stride, digits);
+    for (; quads > 1; quads -= 2, source += 2 * stride, digits += 6)
+      sums.AddFirst<kDigits, 2>(source, stride, digits);
+    if (quads > 0) sums.AddFirst<kDigits, 1>(source, stride, digits);
   }
   const __m512i upper = _mm512_add_epi32(_mm512_slli_epi32(sums.high, 16), _mm512_slli_epi32(sums.middle, 8));
   return _mm512_add_epi32(upper, sums.low);

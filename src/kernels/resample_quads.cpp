@@ -33,6 +33,7 @@ class Packer {
     for (std::int32_t i = 0; i < axis_.count; ++i) widest_ = Max(widest_, QuadsOf(axis_.lists[i]));
     for (std::int32_t i = 0; i < axis_.count; ++i) Place(i);
     for (std::int32_t i = axis_.count; i % 4; ++i) lists_[i] = lists_[i - 1];
+    for (std::int32_t i = 0; uniform_ && i < axis_.count; i += 4) ShareDigits(lists_ + i);
     const std::int32_t doubtMask = ((1 << fixed_.fractionBits) - 1) & -2 * fixed_.error;
     packed_ = {axis_, lists_, digits_, fixed_.fractionBits, doubtMask, widest_};
     return true;
@@ -68,21 +69,28 @@ class Packer {
     return ties.step != 0.0 && ties.spread == 0.0 && ties.up;
   }
 
+  static void ShareDigits(QuadList* four) {
+    std::int32_t most = 1;
+    for (std::int32_t n = 0; n < 4; ++n) most = Max(most, four[n].digits);
+    for (std::int32_t n = 0; n < 4; ++n) four[n].digits = most;
+  }
+
   void Place(std::int32_t i) {
     const WeightList& list = axis_.lists[i];
     const std::int32_t quads = uniform_ ? widest_ : QuadsOf(list);
     const std::int32_t most = sourceQuads_ - quads;
     const std::int32_t quad = list.first / 4 < most ? list.first / 4 : most;
     const std::int32_t shift = list.first - 4 * quad;
-    lists_[i] = {quad, quads, used_, biases_[list.block]};
     std::int32_t* const known =
         shift < 4 ? placed_ + 4 * static_cast<std::int64_t>(list.block) + shift : nullptr;
     if (known && *known >= 0) {
-      lists_[i].words = *known;
+      lists_[i] = lists_[*known];
+      lists_[i].quad = quad;
       return;
     }
-    if (known) *known = used_;
-    WriteDigits(axis_.blocks[list.block], shift, quads);
+    if (known) *known = i;
+    const std::int32_t digits = WriteDigits(axis_.blocks[list.block], shift, quads);
+    lists_[i] = {quad, quads, used_, biases_[list.block], digits};
     used_ += 3 * quads;
   }
 
@@ -90,10 +98,12 @@ class Packer {
     return LimitedInteger(ScaledWeight(axis_, block, tap, fixed_.unit), kLargestWeight);
   }
 
-  void WriteDigits(const WeightBlock& block, std::int32_t shift, std::int32_t quads) {
+  // 1 or 3, see `QuadList::digits`.
+  std::int32_t WriteDigits(const WeightBlock& block, std::int32_t shift, std::int32_t quads) {
     auto* const bytes = reinterpret_cast<signed char*>(digits_ + used_);
     memset(bytes, 0, 12 * static_cast<std::uint32_t>(quads));
     const bool roundedUp = RoundedUp(block);
+    std::int32_t digits = 1;
     const std::int32_t up = ((1 << fixed_.fractionBits) + block.count - 1) / block.count;
     for (std::int32_t t = 0; t < block.count; ++t) {
       std::int32_t rest = roundedUp ? up : Integer(block, t);
@@ -102,8 +112,10 @@ class Packer {
         const auto low = static_cast<signed char>(rest & 0xFF);
         at[4 * digit] = low;
         rest = (rest - low) / 256;
+        if (low != 0 && digit > 0) digits = 3;
       }
     }
+    return digits;
   }
 
   const AxisWeights& axis_;
@@ -111,7 +123,7 @@ class Packer {
   QuadAxis& packed_;
   QuadList* lists_;
   std::int32_t* biases_;  // per block
-  std::int32_t* placed_;  // per block and position of its first tap in a quad: its words, or -1
+  std::int32_t* placed_;  // per block and position of its first tap in a quad: a list, or -1
   std::int32_t* digits_;
   std::int32_t used_ = 0;
   std::int32_t sourceQuads_ = 0;

@@ -1,6 +1,8 @@
 #ifndef PIXMORPH_KERNELS_RESAMPLE_QUADS_AVX512_H_
 #define PIXMORPH_KERNELS_RESAMPLE_QUADS_AVX512_H_
 
+#include <type_traits>
+
 #include "kernels/resample_quad_redo_avx512.h"
 #include "kernels/resample_quad_source_avx512.h"
 #include "kernels/resample_quad_sums_avx512.h"
@@ -40,6 +42,14 @@ PIXMORPH_INLINE void StoreColumns(__m512i bytes, std::uint8_t* out) {
   _mm_store_si128(at(2), _mm512_extracti32x4_epi32(woven, 2));
 }
 
+// Calls work(number of digits), a constant.
+template <int kBits, class Work>
+PIXMORPH_INLINE void WithDigits(std::int32_t digits, const Work& work) {
+  // Other fractions belong to weights that are not simple.
+  if (kBits == kUsualBits && digits == 1) return work(std::integral_constant<std::int32_t, 1>());
+  work(std::integral_constant<std::int32_t, 3>());
+}
+
 // kQuads 0: as many as the axis says.
 template <std::int32_t kQuads, int kBits>
 void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
@@ -60,14 +70,14 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
   for (const QuadStretch* stretch = plan.quadStretches; i < count; ++stretch) {
     WeaveSource(rows, axis.exact.sourceLength, stretch->quad, stretch->quadEnd, scratch);
     const std::uint8_t* const source = scratch - 64 * static_cast<std::ptrdiff_t>(stretch->quad);
-    for (; i < stretch->end; i += 4, list += 4) {
-      next.Step();
+    const auto sumFour = [&](auto digits) {
       __m512i whole[4];
       __mmask16 doubts[4];
 #pragma GCC unroll 4
       for (int n = 0; n < 4; ++n) {
-        const __m512i sums = DigitSums<kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
-                                               axis.digits + list[n].words, axis.widest, list[n].bias);
+        const __m512i sums =
+            DigitSums<digits, kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
+                                      axis.digits + list[n].words, axis.widest, list[n].bias);
         doubts[n] = rounding.Unsure(sums);
         whole[n] = rounding.Whole(sums);
       }
@@ -75,6 +85,10 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
       if (!unsure.HasRoom(2)) unsure.TakeAll(redo);
       unsure.Add(static_cast<std::uint32_t>(i), UnsurePixels(doubts[0], doubts[1]));
       unsure.Add(static_cast<std::uint32_t>(i + 2), UnsurePixels(doubts[2], doubts[3]));
+    };
+    for (; i < stretch->end; i += 4, list += 4) {
+      next.Step();
+      WithDigits<kBits>(list->digits, sumFour);
     }
   }
   unsure.TakeAll(redo);
@@ -143,22 +157,24 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
     if (column < width)
       RedoPixel(plan, r, slots + PlaceOf(column), out + 4 * static_cast<std::ptrdiff_t>(column), top);
   };
-  const std::uint8_t* block = slots;
-  for (std::int32_t x = 0; x < width; x += kBlock, block += kBlockBytes) {
-    __m512i whole[3];
-    __mmask16 doubts[3];
+  WithDigits<kBits>(list.digits, [&](auto digitCount) {
+    const std::uint8_t* block = slots;
+    for (std::int32_t x = 0; x < width; x += kBlock, block += kBlockBytes) {
+      __m512i whole[3];
+      __mmask16 doubts[3];
 #pragma GCC unroll 3
-    for (int c = 0; c < 3; ++c) {
-      const __m512i sums =
-          DigitSums<kQuads>(block + kChannelBytes * c, stride, digits, list.quads, list.bias);
-      doubts[c] = rounding.Unsure(sums);
-      whole[c] = rounding.Whole(sums);
+      for (int c = 0; c < 3; ++c) {
+        const __m512i sums =
+            DigitSums<digitCount, kQuads>(block + kChannelBytes * c, stride, digits, list.quads, list.bias);
+        doubts[c] = rounding.Unsure(sums);
+        whole[c] = rounding.Whole(sums);
+      }
+      StoreBlock(whole, out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
+      if (!unsure.HasRoom(1)) unsure.TakeAll(redo);
+      unsure.Add(static_cast<std::uint32_t>(x),
+                 _cvtmask16_u32(_kor_mask16(_kor_mask16(doubts[0], doubts[1]), doubts[2])));
     }
-    StoreBlock(whole, out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
-    if (!unsure.HasRoom(1)) unsure.TakeAll(redo);
-    unsure.Add(static_cast<std::uint32_t>(x),
-               _cvtmask16_u32(_kor_mask16(_kor_mask16(doubts[0], doubts[1]), doubts[2])));
-  }
+  });
   unsure.TakeAll(redo);
 }
 
