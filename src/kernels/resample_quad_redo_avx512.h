@@ -3,14 +3,13 @@
 
 #include "kernels/intrinsics.h"
 #include "kernels/resample_kernel.h"
+#include "kernels/resample_quad_slots_avx512.h"
 #include "kernels/resample_unsure.h"
 
 // The plain evaluation of single pixels out of quads, for those whose sums can't be sure.
 namespace pixmorph::kernels {
 
 namespace {
-
-constexpr std::ptrdiff_t kChannelBytes = 64;  // of 16 columns in a slot
 
 // The three channels of one column in a slot, each with the bytes of four rows.
 PIXMORPH_INLINE __m128i ChannelsAt(const std::uint8_t* slot) {

@@ -1,6 +1,8 @@
 #ifndef PIXMORPH_KERNELS_RESAMPLE_QUAD_SUMS_AVX512_H_
 #define PIXMORPH_KERNELS_RESAMPLE_QUAD_SUMS_AVX512_H_
 
+#include <type_traits>
+
 #include "kernels/intrinsics.h"
 #include "kernels/resample_kernel.h"
 
@@ -63,6 +65,14 @@ PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::ptrdiff_t str
   }
   const __m512i upper = _mm512_add_epi32(_mm512_slli_epi32(sums.high, 16), _mm512_slli_epi32(sums.middle, 8));
   return _mm512_add_epi32(upper, sums.low);
+}
+
+// Calls work(number of digits), a constant.
+template <int kBits, class Work>
+PIXMORPH_INLINE void WithDigits(std::int32_t digits, const Work& work) {
+  // Other fractions belong to weights that are not simple.
+  if (kBits == kUsualBits && digits == 1) return work(std::integral_constant<std::int32_t, 1>());
+  work(std::integral_constant<std::int32_t, 3>());
 }
 
 // kBits 0: as many fraction bits as the axis says, otherwise kBits.

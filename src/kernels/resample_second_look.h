@@ -6,7 +6,7 @@
 #include "kernels/resample_unsure.h"
 #include "kernels/resample_word_slots.h"
 
-// What becomes of samples that the first sums of narrow weights leave unsure.
+// What becomes of samples that the first sums leave unsure.
 namespace pixmorph::kernels {
 
 namespace {
