@@ -4,31 +4,24 @@
 #include <emmintrin.h>
 
 #include "kernels/area_average_kernel.h"
+#include "kernels/pixels_sse.h"
 
 // Enlargement without averaging: pixels repeated along a row, rows copied. `V` says how much is moved at
 // once.
 namespace pixmorph::kernels {
 namespace {
 
-PIXMORPH_INLINE std::int32_t PixelAt(const std::uint8_t* row, std::int32_t x) {
-  std::int32_t pixel;
-  __builtin_memcpy(&pixel, row + x * 4, 4);
-  return pixel;
-}
-
-// Four pixels at a time, each by a load of its own.
 void RepeatEachPixel(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,
                      std::int32_t count, std::uint32_t top) {
-  const __m128i colours = _mm_set1_epi32(0x00FFFFFF), tops = _mm_set1_epi32(static_cast<std::int32_t>(top));
+  const __m128i tops = _mm_set1_epi32(static_cast<std::int32_t>(top));
   std::int32_t x = 0;
-  for (; x + 4 <= count; x += 4, starts += 4, out += 16) {
-    const __m128i pixels = _mm_set_epi32(PixelAt(row, starts[3]), PixelAt(row, starts[2]),
-                                         PixelAt(row, starts[1]), PixelAt(row, starts[0]));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_or_si128(_mm_and_si128(pixels, colours), tops));
-  }
-  for (; x < count; ++x, out += 4) {
-    const std::uint32_t pixel = (static_cast<std::uint32_t>(PixelAt(row, *starts++)) & 0x00FFFFFFu) | top;
-    __builtin_memcpy(out, &pixel, 4);
+  for (; x + 4 <= count; x += 4)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x * 4), WithTop(GatherPixels(row, starts + x), tops));
+  for (; x < count; ++x) {
+    std::uint32_t pixel;
+    __builtin_memcpy(&pixel, row + starts[x] * 4, 4);
+    pixel = (pixel & 0x00FFFFFFu) | top;
+    __builtin_memcpy(out + x * 4, &pixel, 4);
   }
 }
 

@@ -144,10 +144,6 @@ PIXMORPH_INLINE __m128i SwapRedAndBlue(__m128i lanes) {
   return _mm_shufflehi_epi16(_mm_shufflelo_epi16(lanes, _MM_SHUFFLE(3, 0, 1, 2)), _MM_SHUFFLE(3, 0, 1, 2));
 }
 
-PIXMORPH_INLINE __m128i WithTop(__m128i pixels, __m128i top) {
-  return _mm_or_si128(_mm_and_si128(pixels, _mm_set1_epi32(0x00FFFFFF)), top);
-}
-
 // The first `count` (0 .. 4) of four pixels.
 PIXMORPH_INLINE void StoreSome(std::uint8_t* out, __m128i pixels, std::int32_t count) {
   for (; count > 0; --count, out += 4) {

@@ -101,6 +101,7 @@ class HalfwayShares {
   V before_;
 };
 
+// All bits set in the 16-bit lanes where the whole part of colours * factors may be one too small.
 template <class V>
 PIXMORPH_INLINE V UnsureProducts(V colours, V factors) {
   const V fractions = V::MulLow16(colours, factors);

@@ -35,11 +35,6 @@ void ResampleAlongRow(std::uint32_t* out, const AxisWeights& axis, const std::ui
 void ResampleAlongColumns(std::uint8_t* out, PixelLayout layout, const ContributionList& list,
                           const std::uint32_t* intermediate, std::int32_t width);
 
-// One word 0x00RRGGBB of list i over 32-bit pixels that lie `stride` bytes apart, from the list's first on.
-// [pure]
-std::uint32_t ResampledPixel(const AxisWeights& axis, std::int32_t i, const std::uint8_t* first,
-                             std::ptrdiff_t stride);
-
 }  // namespace ref
 
 // What the passes for equal weights need beside the weights.

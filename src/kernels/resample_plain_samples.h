@@ -22,7 +22,7 @@ PIXMORPH_INLINE std::uint8_t PlainChannel(double sum, float weightSum) {
   return rounded >= 255.0 ? 255 : static_cast<std::uint8_t>(TruncateInRange(rounded));
 }
 
-// `channel` of the pixels from `pixel` on, four by four.
+// The sum of `channel` of the pixels from `pixel` on, of a block with exact sums.
 PIXMORPH_INLINE double ExactPixelSum(const float* weights, std::int32_t count, const std::uint8_t* pixel,
                                      std::int32_t channel) {
   const __m128i shift = _mm_cvtsi32_si128(8 * channel);

@@ -70,7 +70,7 @@ PIXMORPH_INLINE __m512i DigitSums(const std::uint8_t* source, std::ptrdiff_t str
 // Calls work(number of digits), a constant.
 template <int kBits, class Work>
 PIXMORPH_INLINE void WithDigits(std::int32_t digits, const Work& work) {
-  // Other fractions belong to weights that are not simple.
+  // Simple weights leave the fraction its usual bits; elsewhere three digits are right, too.
   if (kBits == kUsualBits && digits == 1) return work(std::integral_constant<std::int32_t, 1>());
   work(std::integral_constant<std::int32_t, 3>());
 }

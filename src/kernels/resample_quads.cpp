@@ -134,11 +134,8 @@ class Packer {
 }  // namespace
 
 std::int64_t QuadsBytes(const AxisWeights& axis) {
-  std::int32_t longest = 0;
-  for (std::int32_t b = 0; b < axis.blockCount; ++b)
-    if (axis.blocks[b].count > longest) longest = axis.blocks[b].count;
-  // A list begins with up to three samples that are not its own.
-  return ByteSize((std::int64_t{longest} + 6) / 4)
+  // A list's first quad may begin with up to three samples that are not its own.
+  return ByteSize((std::int64_t{LongestBlock(axis)} + 6) / 4)
       .Times(axis.count)
       .Times(12)
       .Plus(ByteSize(axis.count).Plus(3).Times(sizeof(QuadList)).Bytes())

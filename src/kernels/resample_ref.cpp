@@ -42,16 +42,6 @@ void ResampleAlongRow(std::uint32_t* out, const ContributionList* lists, std::in
   }
 }
 
-std::uint32_t ResampledPixel(const AxisWeights& axis, std::int32_t i, const std::uint8_t* first,
-                             std::ptrdiff_t stride) {
-  const WeightBlock& block = axis.blocks[axis.lists[i].block];
-  Sums sums;
-  for (std::int32_t t = 0; t < block.count; ++t)
-    sums.Add(axis.weights[block.offset + t], Bgrx0::Load(first + t * stride));
-  const Rgb c = sums.Divided(block.sum);
-  return static_cast<std::uint32_t>(c.red << 16 | c.green << 8 | c.blue);
-}
-
 void ResampleAlongRow(std::uint32_t* out, const AxisWeights& axis, const std::uint8_t* source,
                       PixelLayout layout) {
   const std::int64_t pixelBytes = BytesPerPixel(layout);

@@ -3,6 +3,7 @@
 
 #include <emmintrin.h>
 
+#include "kernels/pixels_sse.h"
 #include "kernels/resample_pair_simd.h"
 #include "kernels/resample_pair_spread.h"
 
@@ -54,18 +55,13 @@ struct Words128 {
   PIXMORPH_OP Pack(Self low, Self high) { return {_mm_packus_epi16(low.r, high.r)}; }
   // Pixels with another top byte.
   PIXMORPH_OP WithTop(Self a, std::uint32_t top) {
-    const auto colours = _mm_and_si128(a.r, _mm_set1_epi32(0x00FFFFFF));
-    return {_mm_or_si128(colours, _mm_set1_epi32(static_cast<std::int32_t>(top)))};
+    return {kernels::WithTop(a.r, _mm_set1_epi32(static_cast<std::int32_t>(top)))};
   }
 
   // Pixels at columns counted from `from`, below `rest` and kReach.
   static constexpr std::int32_t kReach = INT32_MAX;
   PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t, const std::int32_t* columns) {
-    const auto at = [from, columns](int n) {
-      return _mm_loadu_si32(from + 4 * static_cast<std::ptrdiff_t>(columns[n]));
-    };
-    const __m128i low = _mm_unpacklo_epi32(at(0), at(1)), high = _mm_unpacklo_epi32(at(2), at(3));
-    return {_mm_unpacklo_epi64(low, high)};
+    return {GatherPixels(from, columns)};
   }
 #undef PIXMORPH_OP
 };

@@ -221,6 +221,13 @@ AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std
   return {outLists, blocks, weights, count, blockCount, sourceLength, blockCount <= kFewBlocks};
 }
 
+std::int32_t LongestBlock(const AxisWeights& axis) {
+  std::int32_t longest = 0;
+  for (std::int32_t b = 0; b < axis.blockCount; ++b)
+    if (axis.blocks[b].count > longest) longest = axis.blocks[b].count;
+  return longest;
+}
+
 bool IsAverage(const AxisWeights& axis, const WeightBlock& block) {
   for (std::int32_t t = 0; t < block.count; ++t)
     if (axis.weights[block.offset + t] != 1.0f) return false;

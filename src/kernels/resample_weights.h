@@ -45,6 +45,9 @@ std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count);
 AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std::int32_t sourceLength,
                           void* memory);
 
+// The taps of the longest block. [pure]
+std::int32_t LongestBlock(const AxisWeights& axis);
+
 // How the plain evaluation decides ties of a block. Every channel value plus 1/2 lies on a multiple of
 // `step`, or beside it by `spread` at most: above it where `up`, and then values beside a whole number round
 // up to it; otherwise below it, and they round down. Values below 1/2 don't count: they give 0.

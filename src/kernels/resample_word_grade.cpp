@@ -12,14 +12,6 @@ constexpr std::int32_t kLeastLowBits = 4;
 constexpr double kChannelMax = 255.0;
 constexpr double kRoom = 1073741824.0;  // 2^30: for a second sum and everything that is added to it
 
-// The taps of the longest block.
-std::int32_t LongestBlock(const AxisWeights& axis) {
-  std::int32_t longest = 0;
-  for (std::int32_t b = 0; b < axis.blockCount; ++b)
-    if (axis.blocks[b].count > longest) longest = axis.blocks[b].count;
-  return longest;
-}
-
 }  // namespace
 
 bool BlockGrade::Choose(const AxisWeights& of) {

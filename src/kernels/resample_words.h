@@ -17,8 +17,8 @@
 // Where that is nearer to 0 than `near`, once in a million times, the sample is computed as plain doubles.
 namespace pixmorph::kernels {
 
-// How far a list's second words lie behind its first: there is room for whole fours, and what no pair has is
-// 0.
+// How far a list's second words lie behind its first. Both are stored by fours; words behind the last pair's
+// are 0.
 PIXMORPH_INLINE std::int32_t SecondWords(std::int32_t pairs) { return (pairs + 3) & ~3; }
 
 struct WordList {
