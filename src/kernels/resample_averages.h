@@ -60,7 +60,7 @@ class AveragePasses {
 
   static bool AllAverages(const AxisWeights& axis) {
     for (std::int32_t b = 0; b < axis.blockCount; ++b)
-      if (axis.blocks[b].count > kLongestAverage || !IsAverage(axis, axis.blocks[b])) return false;
+      if (axis.blocks[b].count > kLongestAverage || !axis.blocks[b].average) return false;
     return true;
   }
 

@@ -39,8 +39,8 @@ Fit FitOf(const AxisWeights& axis, const WeightBlock& block, double unit, std::i
 // Usually sums lie above the truth by 0 to 2 errors. Where ties are decided by a rule and are frequent, they
 // are kept clear of the threshold, 2 errors, on either side, so that they need no second look; what comes
 // next to a tie must not get there instead.
-std::int32_t ErrorsAbove(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed) {
-  const TieRule ties = TiesOf(axis, block);
+std::int32_t ErrorsAbove(const WeightBlock& block, const FixedPoint& fixed) {
+  const TieRule& ties = block.ties;
   if ((ties.step - ties.spread) * fixed.unit <= 4.0 * fixed.error) return 1;
   return ties.up ? 3 : -1;
 }
@@ -77,8 +77,7 @@ bool RoundErrorUp(FixedPoint& fixed) {
 
 std::int32_t BiasOf(const AxisWeights& axis, const WeightBlock& block, const FixedPoint& fixed) {
   const double middle = FitOf(axis, block, fixed.unit, fixed.largest).middle;
-  return (1 << (fixed.fractionBits - 1)) + NearestInteger(middle) +
-         fixed.error * ErrorsAbove(axis, block, fixed);
+  return (1 << (fixed.fractionBits - 1)) + NearestInteger(middle) + fixed.error * ErrorsAbove(block, fixed);
 }
 
 }  // namespace pixmorph::kernels

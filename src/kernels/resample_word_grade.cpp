@@ -32,7 +32,7 @@ WordGrade BlockGrade::Word() const {
 
 std::int32_t BlockGrade::SecondBias(const WeightBlock& block, std::int32_t bias) const {
   const double fine = fixed.unit * (1 << lowBits);
-  const TieRule ties = TiesOf(axis, block);
+  const TieRule& ties = block.ties;
   double aside = ties.step * fine / 2.0;
   if (aside > kRoom / 2.0) aside = kRoom / 2.0;
   if (aside - ties.spread * fine <= near + 1.0) aside = 0.0;

@@ -5,23 +5,10 @@
 
 #include "kernels/contribution.h"
 #include "scaling/filters.h"
+#include "scaling/phase_weights.h"
 #include "support/owned.h"
 
 namespace pixmorph {
-
-// One axis of a filtered resize.
-struct ResampleAxis {
-  double scale;               // destination length / source length; below 1 the axis shrinks
-  std::int32_t sourceLength;  // samples
-  std::int32_t count;         // lists: destination length
-  bool horizontal;            // the two directions give their lists different room
-
-  // Half-width of the window in which taps are looked for, in source samples. [pure]
-  double Radius(const Filter& filter) const { return scale < 1.0 ? filter.support / scale : filter.support; }
-
-  // Room of one list, in taps. [pure]
-  std::int64_t Capacity(const Filter& filter) const;
-};
 
 // Owns a table of contribution lists and the lists' entries.
 class ContributionTable {
@@ -35,8 +22,8 @@ class ContributionTable {
   [[nodiscard]] bool Allocate(std::int32_t count);
 
   // Fills the first `axis.count` lists, which have no entries yet. A list whose entries can't be allocated
-  // stays empty. The table has room for them.
-  void Build(const Filter& filter, const ResampleAxis& axis);
+  // stays empty. The table has room for them. `phases` is working memory, whose weights serve a next axis.
+  void Build(const Filter& filter, const ResampleAxis& axis, PhaseWeights& phases);
 
   // Releases every list's entries; the table itself stays.
   void FreeEntries();

@@ -27,14 +27,14 @@ class Resampling {
     intermediate_ = WorkBuffer<std::uint32_t>(ByteSize(reader_.height).Times(width_).Times(4).Bytes());
     if (!intermediate_ || !table_.Allocate(width_)) return Abandon();
     yield_.YieldPoint();
-    table_.Build(filter_, Axis(width_, reader_.width, true));
+    table_.Build(filter_, Axis(width_, reader_.width, true), phases_);
     yield_.YieldPoint();
     fused_ = Readable() && fusedPasses_.KeepRowWeights(table_.Lists(), width_, reader_.width);
     if (!fused_) AlongRows();
     table_.FreeEntries();
     yield_.YieldPoint();
     if (width_ < height_ && !table_.Allocate(height_)) return Abandon();
-    table_.Build(filter_, Axis(height_, reader_.height, false));
+    table_.Build(filter_, Axis(height_, reader_.height, false), phases_);
     yield_.YieldPoint();
     if (fused_ && !fusedPasses_.Plan(table_.Lists(), height_, reader_.height)) AlongRowsAfterAll();
     PictureRef result = PictureRef::Adopt(Write());
@@ -108,6 +108,7 @@ class Resampling {
   PictureReader reader_;
   PictureWriter writer_;
   WorkBuffer<std::uint32_t> intermediate_;
+  PhaseWeights phases_;
   ContributionTable table_;
   FusedResample fusedPasses_;
   bool fused_ = false;

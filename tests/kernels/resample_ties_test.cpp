@@ -62,7 +62,7 @@ TEST(ResampleTies, GoTheWayTheRuleSays) {
     Lines memory(WeightsBytes(lists.Lists(), 1));
     const AxisWeights axis = GatherWeights(lists.Lists(), 1, NearFractionLists::kWidth, memory.Data());
     const WeightBlock& block = axis.blocks[0];
-    const TieRule rule = TiesOf(axis, block);
+    const TieRule rule = block.ties;
     if (rule.step == 0.0) continue;
     ++rules;
     downs += rule.up ? 0 : 1;

@@ -66,8 +66,9 @@ TEST(Contributions, AreThePlainOnes) {
     const int count = random.OneIn(3) ? length * random.Between(1, 3) : random.Between(1, 200);
     const ResampleAxis axis = {static_cast<double>(count) / length, length, count, random.OneIn(2)};
     ContributionTable table;
+    PhaseWeights phases;
     ASSERT_TRUE(table.Allocate(count));
-    table.Build(FilterOfMode(mode), axis);
+    table.Build(FilterOfMode(mode), axis, phases);
     for (int i = 0; i < count; ++i) {
       SCOPED_TRACE(testing::Message()
                    << "mode " << mode << ", " << length << " to " << count << ", list " << i);
