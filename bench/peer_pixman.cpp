@@ -155,8 +155,10 @@ class Pixman : public Peer {
   static std::vector<std::uint8_t> ShownBytes(const Workload& w) {
     const Bitmap hidden(w.sourceWidth, w.sourceHeight, 3);
     std::vector<std::uint8_t> bytes(std::size_t(MaskStride(w)) * std::size_t(w.sourceHeight));
-    for (std::size_t i = 0; i < hidden.pixels.size(); ++i)
-      bytes[i / w.sourceWidth * MaskStride(w) + i % w.sourceWidth] = ~(hidden.pixels[i] >> 16) & 255;
+    const std::uint32_t* pixel = hidden.pixels.data();
+    for (int y = 0; y < w.sourceHeight; ++y)
+      for (int x = 0; x < w.sourceWidth; ++x)
+        bytes[std::size_t(y * MaskStride(w) + x)] = static_cast<std::uint8_t>(~(*pixel++ >> 16));
     return bytes;
   }
 

@@ -10,8 +10,6 @@ constexpr std::int32_t kMostBlocks =
     40;  // more of them repeat so seldom that verifying costs more than it saves
 constexpr std::int32_t kMultipliersTried = 4;
 
-double Magnitude(double x) { return x < 0.0 ? -x : x; }
-
 std::int32_t Nearest(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
 
 // The weights of a block as the plain evaluation has them: `a` the larger.

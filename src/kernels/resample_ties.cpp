@@ -32,8 +32,6 @@ double ExactStep(const float* weights, std::int32_t count, float sum) {
 
 constexpr std::int32_t kLargestDenominator = 512;
 
-double Magnitude(double x) { return x < 0.0 ? -x : x; }
-
 double Nearest(double x) { return TruncateToInt32(x < 0.0 ? x - 0.5 : x + 0.5); }
 
 // The least d up to `most` of the convergents n / d of x that meets x but for a float's rounding; 0 for none.

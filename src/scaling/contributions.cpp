@@ -1,7 +1,5 @@
 #include "scaling/contributions.h"
 
-#include <string.h>
-
 #include <cstdint>
 
 #include "support/numeric.h"
@@ -9,8 +7,6 @@
 namespace pixmorph {
 
 namespace {
-
-double Magnitude(double x) { return x < 0.0 ? -x : x; }
 
 // The taps of the list with that window, cut off at the source's ends, into its `capacity` entries. Estimated
 // weights may be known. False when the sum of what was estimated may be another float than that of the

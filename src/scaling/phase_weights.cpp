@@ -4,12 +4,6 @@
 
 namespace pixmorph {
 
-namespace {
-
-double Magnitude(double x) { return x < 0.0 ? -x : x; }
-
-}  // namespace
-
 std::int64_t ResampleAxis::Capacity(const Filter& filter) const {
   const double radius = Radius(filter);
   return horizontal ? 2 * (TruncateToInt64(radius) + 1) : TruncateToInt64(2.0 * radius + 2.0);
@@ -54,11 +48,11 @@ const double* PhaseWeights::Find(const TapWindow& window, std::int32_t first, st
 }
 
 bool PhaseWeights::Remember(const TapWindow& window, double fraction, std::int32_t whole, Phase& phase) {
-  // At the beginning truncation goes the other way.
-  const std::int32_t first = window.first - (window.first <= 0), last = window.last;
-  const std::int64_t count = std::int64_t{last} - first + 1;
+  // Below 0 truncation goes the other way.
+  const std::int64_t from = std::int64_t{window.first} - (window.first <= 0), count = window.last - from + 1;
   if (count > kRoom - used_) return false;
-  phase = {fraction, whole, first, last, used_};
+  const auto first = static_cast<std::int32_t>(from);
+  phase = {fraction, whole, first, window.last, used_};
   while (used_ < phase.at + count) {
     const std::int32_t done = used_ - phase.at, left = static_cast<std::int32_t>(count) - done;
     const std::int32_t piece = left < kWeightPiece ? left : kWeightPiece;

@@ -29,6 +29,9 @@ PIXMORPH_INLINE std::int64_t TruncateToInt64(double value) {
   return static_cast<std::int64_t>(value);
 }
 
+// The absolute value. [pure]
+PIXMORPH_INLINE double Magnitude(double x) { return x < 0.0 ? -x : x; }
+
 // Clamps to the range of one 8-bit channel. [pure]
 PIXMORPH_INLINE std::uint8_t ClampToByte(std::int64_t value) {
   return static_cast<std::uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
