@@ -66,22 +66,25 @@ struct Avx2Tiles {
 };
 
 struct Avx2Pixels {
-  static constexpr std::int32_t kStreamBytes = 32;
-  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, const std::uint8_t* from) {
-    _mm256_stream_si256(reinterpret_cast<__m256i*>(out),
-                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
+  using Vec = __m256i;
+  static constexpr std::int32_t kPixels = 8, kStreamBytes = 32;
+  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, Vec v) {
+    _mm256_stream_si256(reinterpret_cast<Vec*>(out), v);
+  }
+  PIXMORPH_INLINE_MEMBER static void Store(std::uint8_t* out, Vec v) {
+    _mm256_storeu_si256(reinterpret_cast<Vec*>(out), v);
+  }
+  PIXMORPH_INLINE_MEMBER static Vec Load(const std::uint8_t* from) {
+    return _mm256_loadu_si256(reinterpret_cast<const Vec*>(from));
   }
   // New pixels from one load of kPixels source pixels, the first of which is the first start's.
-  static constexpr std::int32_t kPixels = 8;
-  PIXMORPH_INLINE_MEMBER static void RepeatSome(std::uint8_t* out, const std::uint8_t* from,
-                                                const std::int32_t* starts, std::uint32_t top) {
-    const __m256i places = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(starts)),
-                                            _mm256_set1_epi32(*starts));
-    const __m256i source = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
-    const __m256i pixels = _mm256_permutevar8x32_epi32(source, places);
-    const __m256i colours = _mm256_and_si256(pixels, _mm256_set1_epi32(0x00FFFFFF));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out),
-                        _mm256_or_si256(colours, _mm256_set1_epi32(static_cast<int>(top))));
+  PIXMORPH_INLINE_MEMBER static Vec Repeated(const std::uint8_t* row, const std::int32_t* starts,
+                                             std::uint32_t top) {
+    const Vec places = _mm256_sub_epi32(_mm256_loadu_si256(reinterpret_cast<const Vec*>(starts)),
+                                        _mm256_set1_epi32(*starts));
+    const Vec pixels = _mm256_permutevar8x32_epi32(Load(row + *starts * 4), places);
+    const Vec colours = _mm256_and_si256(pixels, _mm256_set1_epi32(0x00FFFFFF));
+    return _mm256_or_si256(colours, _mm256_set1_epi32(static_cast<int>(top)));
   }
 };
 
@@ -96,6 +99,7 @@ const AreaAverageKernels kAreaAverageAvx2 = {AddRows<Avx2Lanes>,
                                              CanTile<Avx2Tiles>,
                                              AverageTiles<Avx2Tiles>,
                                              RepeatPixels<Avx2Pixels>,
+                                             RepeatRows<Avx2Pixels>,
                                              CopyRow<Avx2Pixels>,
                                              FinishCopies};
 

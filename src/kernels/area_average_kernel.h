@@ -1,6 +1,7 @@
 #ifndef PIXMORPH_KERNELS_AREA_AVERAGE_KERNEL_H_
 #define PIXMORPH_KERNELS_AREA_AVERAGE_KERNEL_H_
 
+#include <cstddef>
 #include <cstdint>
 
 #include "kernels/index_product.h"
@@ -84,6 +85,12 @@ struct AreaColumns {
   std::int32_t lift;           // added to box sums before they are divided; in the divisor's bias too
 };
 
+// Rows of a result that become equal, anywhere.
+struct EqualRows {
+  std::uint8_t* const* rows;
+  std::int32_t count;
+};
+
 // Any alignment of pixels; counts >= 0. Pixels are read and written exactly as counted, nothing beside them;
 // sums may be read and written up to kAreaSumPadding elements behind their end. New pixels are 32-bit: blue
 // in bits 0-7, top byte `top`. [pure]
@@ -110,8 +117,11 @@ struct AreaAverageKernels {
   // rises by at most 1 from one entry to the next; the row has starts[count - 1] + 1 pixels.
   void (*repeatPixels)(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,
                        std::int32_t count, std::uint32_t top);
-  // Copies a row past the caches, for results too large to stay in them. Other processors may see what was
-  // copied only after `finishCopies`.
+  // The same into several rows, past the caches, for results too large to stay in them. Other processors may
+  // see what was written only after `finishCopies`. Null where copying a row is as fast.
+  void (*repeatRows)(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts,
+                     std::int32_t count, std::uint32_t top);
+  // Copies a row past the caches, in the same way.
   void (*copyRow)(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount);
   void (*finishCopies)();
 };
@@ -136,6 +146,8 @@ void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32
                   const AreaColumns& columns);
 void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
                   std::uint32_t top);
+void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
+                std::uint32_t top);
 void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount);
 void FinishCopies();
 }  // namespace ref

@@ -105,6 +105,11 @@ void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t
   }
 }
 
+void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
+                std::uint32_t top) {
+  for (std::int32_t n = 0; n < out.count; ++n) RepeatPixels(out.rows[n], row, starts, count, top);
+}
+
 void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount) {
   __builtin_memcpy(out, row, static_cast<std::uint32_t>(byteCount));
 }
@@ -113,8 +118,9 @@ void FinishCopies() {}
 
 }  // namespace ref
 
-const AreaAverageKernels kAreaAverageScalar = {
-    ref::AddRows, ref::AddSums,      ref::AverageSums,  ref::AverageSums, ref::AverageTotals, ref::DivideSums,
-    ref::CanTile, ref::AverageTiles, ref::RepeatPixels, ref::CopyRow,     ref::FinishCopies};
+const AreaAverageKernels kAreaAverageScalar = {ref::AddRows,     ref::AddSums,       ref::AverageSums,
+                                               ref::AverageSums, ref::AverageTotals, ref::DivideSums,
+                                               ref::CanTile,     ref::AverageTiles,  ref::RepeatPixels,
+                                               ref::RepeatRows,  ref::CopyRow,       ref::FinishCopies};
 
 }  // namespace pixmorph::kernels

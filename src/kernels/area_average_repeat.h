@@ -32,18 +32,78 @@ void RepeatPixels(std::uint8_t* out, const std::uint8_t* row, const std::int32_t
   const std::int32_t lastLoad = count > 0 ? starts[count - 1] + 1 - V::kPixels : -1;
   std::int32_t x = 0;
   for (; x + V::kPixels <= count && starts[x] <= lastLoad; x += V::kPixels)
-    V::RepeatSome(out + x * 4, row + starts[x] * 4, starts + x, top);
+    V::Store(out + x * 4, V::Repeated(row, starts + x, top));
   RepeatEachPixel(out + x * 4, row, starts + x, count - x, top);
 }
 
-// How a level without wider vectors streams.
+// What a level without wider vectors moves.
 struct Pixels128 {
-  static constexpr std::int32_t kStreamBytes = 16;
-  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, const std::uint8_t* from) {
-    _mm_stream_si128(reinterpret_cast<__m128i*>(out),
-                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+  using Vec = __m128i;
+  static constexpr std::int32_t kPixels = 4, kStreamBytes = 16;
+  PIXMORPH_INLINE_MEMBER static void Stream(std::uint8_t* out, Vec v) {
+    _mm_stream_si128(reinterpret_cast<__m128i*>(out), v);
+  }
+  PIXMORPH_INLINE_MEMBER static Vec Load(const std::uint8_t* from) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+  }
+  PIXMORPH_INLINE_MEMBER static Vec Repeated(const std::uint8_t* row, const std::int32_t* starts,
+                                             std::uint32_t top) {
+    return WithTop(GatherPixels(row, starts), _mm_set1_epi32(static_cast<std::int32_t>(top)));
   }
 };
+
+constexpr std::int32_t kLinePixels = 16;  // of a cache line, which has to be written at once
+
+// Where columns `begin` .. `end` - 1 are made pixel by pixel.
+PIXMORPH_INLINE void RepeatEnds(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts,
+                                std::int32_t begin, std::int32_t end, std::uint32_t top) {
+  for (std::int32_t n = 0; n < out.count; ++n)
+    RepeatEachPixel(out.rows[n] + begin * 4, row, starts + begin, end - begin, top);
+}
+
+// Writes whole lines from column x on while vectors start at source pixels up to `lastLoad`; the column where
+// it ends.
+template <class V>
+PIXMORPH_INLINE std::int32_t RepeatLines(const EqualRows& out, const std::uint8_t* row,
+                                         const std::int32_t* starts, std::int32_t x, std::int32_t count,
+                                         std::int32_t lastLoad, std::uint32_t top) {
+  constexpr std::int32_t kVectors = kLinePixels / V::kPixels;
+  for (; x + kLinePixels <= count && starts[x + kLinePixels - V::kPixels] <= lastLoad; x += kLinePixels) {
+    typename V::Vec line[kVectors];
+    for (std::int32_t i = 0; i < kVectors; ++i) line[i] = V::Repeated(row, starts + x + i * V::kPixels, top);
+    for (std::int32_t n = 0; n < out.count; ++n)
+      for (std::int32_t i = 0; i < kVectors; ++i) V::Stream(out.rows[n] + (x + i * V::kPixels) * 4, line[i]);
+  }
+  return x;
+}
+
+template <class V>
+void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
+                std::uint32_t top);
+
+template <class V>
+void RepeatApart(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts,
+                 std::int32_t count, std::uint32_t top) {
+  for (std::int32_t n = 0; n < out.count; ++n) RepeatRows<V>({out.rows + n, 1}, row, starts, count, top);
+}
+
+// A line is made once and goes to all rows, if their lines begin at the same column.
+template <class V>
+void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
+                std::uint32_t top) {
+  for (std::int32_t n = 1; n < out.count; ++n)
+    if ((out.rows[n] - out.rows[0]) % (4 * kLinePixels) != 0)
+      return RepeatApart<V>(out, row, starts, count, top);
+  const auto before =
+      static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(out.rows[0]) & (4 * kLinePixels - 1));
+  if (before % 4 != 0 || before / 4 >= count) return RepeatEnds(out, row, starts, 0, count, top);
+  RepeatEnds(out, row, starts, 0, before / 4, top);
+  // Wide vectors are loaded whole, and must not reach beyond the row.
+  const std::int32_t lastLoad = starts[count - 1] + 1 - V::kPixels;
+  const std::int32_t x = RepeatLines<V>(out, row, starts, before / 4, count, lastLoad, top);
+  const std::int32_t end = RepeatLines<Pixels128>(out, row, starts, x, count, INT32_MAX, top);
+  RepeatEnds(out, row, starts, end, count, top);
+}
 
 // Stores past the caches between the aligned ends, V::kStreamBytes at a time.
 template <class V>
@@ -55,8 +115,8 @@ void CopyRow(std::uint8_t* out, const std::uint8_t* row, std::int32_t byteCount)
   std::ptrdiff_t i = head;
   for (; i + 4 * V::kStreamBytes <= byteCount; i += 4 * V::kStreamBytes)
     for (int part = 0; part < 4; ++part)
-      V::Stream(out + i + part * V::kStreamBytes, row + i + part * V::kStreamBytes);
-  for (; i + V::kStreamBytes <= byteCount; i += V::kStreamBytes) V::Stream(out + i, row + i);
+      V::Stream(out + i + part * V::kStreamBytes, V::Load(row + i + part * V::kStreamBytes));
+  for (; i + V::kStreamBytes <= byteCount; i += V::kStreamBytes) V::Stream(out + i, V::Load(row + i));
   __builtin_memcpy(out + i, row + i, static_cast<std::uint32_t>(byteCount - i));
 }
 

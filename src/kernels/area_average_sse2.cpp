@@ -24,7 +24,7 @@ bool NeverTiles(std::int32_t, std::int32_t, std::int32_t) { return false; }
 }  // namespace
 
 const AreaAverageKernels kAreaAverageSse2 = {
-    AddRows<Sse2Lanes>, AddSums,           AverageSmall,    AverageLarge,       AverageTotals, DivideSums,
-    NeverTiles,         ref::AverageTiles, RepeatEachPixel, CopyRow<Pixels128>, FinishCopies};
+    AddRows<Sse2Lanes>, AddSums,           AverageSmall,    AverageLarge, AverageTotals,      DivideSums,
+    NeverTiles,         ref::AverageTiles, RepeatEachPixel, nullptr,      CopyRow<Pixels128>, FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -56,11 +56,9 @@ struct Sse41Tiles {
 
 }  // namespace
 
-const AreaAverageKernels kAreaAverageSse41 = {AddRows<Sse41Lanes>, AddSums,
-                                              AverageSmall,        AverageLarge,
-                                              AverageTotals,       DivideSums,
-                                              CanTile<Sse41Tiles>, AverageTiles<Sse41Tiles>,
-                                              RepeatEachPixel,     CopyRow<Pixels128>,
-                                              FinishCopies};
+const AreaAverageKernels kAreaAverageSse41 = {
+    AddRows<Sse41Lanes>, AddSums,    AverageSmall,        AverageLarge,
+    AverageTotals,       DivideSums, CanTile<Sse41Tiles>, AverageTiles<Sse41Tiles>,
+    RepeatEachPixel,     nullptr,    CopyRow<Pixels128>,  FinishCopies};
 
 }  // namespace pixmorph::kernels

@@ -28,6 +28,7 @@ AreaRows::AreaRows(const SourcePixels& source, PixelLayout outLayout, std::int32
       keepsRow_(newHeight > source.height),
       streams_(std::int64_t{newWidth} * newHeight * 4 >= kStreamFrom),
       totals32_(down_.box > kAreaRowsIn16Bits),
+      together_(repeats_ && keepsRow_ && streams_ && !packs_ && kernels_.repeatRows),
       tiles_(step_ == 4 && across_.box * newWidth == source.width &&
              kernels_.canTile(across_.box, down_.box, newWidth)) {
   ready_ = PlanMemory();
@@ -87,6 +88,20 @@ void AreaRows::MakeRow(std::uint8_t* out, std::int32_t y) {
   }
 }
 
+std::int32_t AreaRows::AtOnce(std::int32_t y) const {
+  if (!ready_ || !together_) return 1;
+  std::int32_t count = 1;
+  while (count < kMostAtOnce && y + count < down_.newSize && down_.Start(y + count) == down_.Start(y))
+    ++count;
+  return count;
+}
+
+void AreaRows::MakeRows(std::uint8_t* const* out, std::int32_t count, std::int32_t y) {
+  if (!ready_ || !together_) return MakeRow(out[0], y);
+  kernels_.repeatRows({out, count}, SourceRow(down_.Start(y)), starts_, across_.newSize,
+                      kernels::TopByteMask(outLayout_));
+}
+
 void AreaRows::MakeRowFrom(std::uint8_t* out, std::int32_t y0) {
   MakeBgrx(packs_ ? bgrxRow_ : out, y0);
   if (packs_) pack_.bgrxToRgb24(out, bgrxRow_, across_.newSize);
@@ -94,19 +109,18 @@ void AreaRows::MakeRowFrom(std::uint8_t* out, std::int32_t y0) {
 
 void AreaRows::MakeBgrx(std::uint8_t* bgrx, std::int32_t y0) {
   if (repeats_) {
-    RepeatPixels(bgrx, y0);
+    kernels_.repeatPixels(bgrx, SourceRow(y0), starts_, across_.newSize, kernels::TopByteMask(outLayout_));
   } else {
     AverageBoxes(bgrx, y0);
   }
 }
 
-void AreaRows::RepeatPixels(std::uint8_t* bgrx, std::int32_t y0) {
-  const std::uint8_t* row = source_.rows.Row(y0);
-  if (source_.layout == PixelLayout::kRgb24) {
-    pack_.rgb24ToBgrx(sourceRow_, row, source_.width, 0);
-    row = sourceRow_;
-  }
-  kernels_.repeatPixels(bgrx, row, starts_, across_.newSize, kernels::TopByteMask(outLayout_));
+// As 32-bit pixels, to be repeated.
+const std::uint8_t* AreaRows::SourceRow(std::int32_t y0) {
+  const std::uint8_t* const row = source_.rows.Row(y0);
+  if (source_.layout != PixelLayout::kRgb24) return row;
+  pack_.rgb24ToBgrx(sourceRow_, row, source_.width, 0);
+  return sourceRow_;
 }
 
 void AreaRows::AverageBoxes(std::uint8_t* bgrx, std::int32_t y0) {

@@ -29,12 +29,20 @@ class AreaRows {
   // since the last one.
   void MakeRow(std::uint8_t* out, std::int32_t y);
 
+  // How many rows from y on are the same and cost less when they are made at once: 1 .. kMostAtOnce.
+  std::int32_t AtOnce(std::int32_t y) const;
+  // Writes as many rows, from y on, to `out[0]` and so on.
+  void MakeRows(std::uint8_t* const* out, std::int32_t count, std::int32_t y);
+
+  // So that yields are never far away, and the processor can hold lines of all of them.
+  static constexpr std::int32_t kMostAtOnce = 8;
+
  private:
   bool PlanMemory();
   void PlanColumns();
   void MakeRowFrom(std::uint8_t* out, std::int32_t y0);
   void MakeBgrx(std::uint8_t* bgrx, std::int32_t y0);
-  void RepeatPixels(std::uint8_t* bgrx, std::int32_t y0);
+  const std::uint8_t* SourceRow(std::int32_t y0);
   void AverageBoxes(std::uint8_t* bgrx, std::int32_t y0);
   void SumRows(std::int32_t y0, std::int32_t rowCount);
   void SumTotals(std::int32_t y0);
@@ -51,6 +59,7 @@ class AreaRows {
   const bool keepsRow_;      // several rows of the result are equal: `row_` holds the last one made
   const bool streams_;       // the result is too large to stay in the caches
   const bool totals32_;      // a column sum of a box does not fit 16 bits
+  const bool together_;      // rows are repeated without a copy in `row_`
   const bool tiles_;         // boxes lie side by side and are small enough to be averaged without sums
   kernels::AreaColumns columns_{};
   std::int32_t keptFrom_ = -1;  // first source row of what `row_` holds

@@ -235,6 +235,36 @@ TEST_P(AreaAverage, RepeatsPixelsUpToTheRowsEnd) {
   }
 }
 
+// Lines of cache are shared by rows or not, and what lies between rows stays as it is.
+TEST_P(AreaAverage, RepeatsRowsAndNothingBetween) {
+  if (!Kernels().repeatRows) GTEST_SKIP() << "rows are copied at this level";
+  test::Random random(8);
+  for (int round = 0; round < 300; ++round) {
+    const int sourceWidth = random.Between(1, 60), newWidth = sourceWidth + random.Between(0, 300);
+    const int bytes = newWidth * 4, count = random.Between(1, 8);
+    const int stride = random.OneIn(3) ? bytes + random.Between(0, 9) : (bytes + 63) / 64 * 64;
+    const AreaAxis axis = MakeAreaAxis(sourceWidth, newWidth);
+    std::vector<std::int32_t> starts;
+    for (int x = 0; x < newWidth; ++x) starts.push_back(axis.Start(x));
+    test::Fence row(static_cast<std::size_t>(starts.back() + 1) * 4);
+    for (std::size_t i = 0; i < row.Size(); ++i) row.Data()[i] = random.Byte();
+    test::Fence out(static_cast<std::size_t>(stride * (count - 1) + bytes));
+    std::memset(out.Data(), 0x5A, out.Size());
+    std::vector<std::uint8_t> expected(out.Size(), 0x5A);
+    const std::uint32_t top = random.OneIn(2) ? 0xFF000000u : 0u;
+    std::vector<std::uint8_t*> rows, expectedRows;
+    for (int n = 0; n < count; ++n) {
+      rows.push_back(out.Data() + n * stride);
+      expectedRows.push_back(expected.data() + n * stride);
+    }
+    Kernels().repeatRows({rows.data(), count}, row.Data(), starts.data(), newWidth, top);
+    Kernels().finishCopies();
+    ref::RepeatRows({expectedRows.data(), count}, row.Data(), starts.data(), newWidth, top);
+    ASSERT_EQ(-1, FirstDifference(out.Data(), expected.data(), static_cast<int>(out.Size())))
+        << sourceWidth << " -> " << newWidth << ", " << count << " rows " << stride << " apart";
+  }
+}
+
 TEST_P(AreaAverage, CopiesRowsOfAnyAlignment) {
   test::Random random(6);
   for (int bytes = 0; bytes < 600; bytes += bytes < 260 ? 1 : 37) {
