@@ -121,6 +121,6 @@ void FinishCopies() {}
 const AreaAverageKernels kAreaAverageScalar = {ref::AddRows,     ref::AddSums,       ref::AverageSums,
                                                ref::AverageSums, ref::AverageTotals, ref::DivideSums,
                                                ref::CanTile,     ref::AverageTiles,  ref::RepeatPixels,
-                                               ref::RepeatRows,  ref::CopyRow,       ref::FinishCopies};
+                                               nullptr,          ref::CopyRow,       ref::FinishCopies};
 
 }  // namespace pixmorph::kernels
