@@ -127,8 +127,8 @@ class Pixman : public Peer {
     return [from, to, over] { return TimeOf(over); };
   }
 
-  // A mask given to the call that moves the source would not be moved with it, and moved by itself it would
-  // take the general way, several times slower. So the mask goes into the source's alpha channel first.
+  // A mask given to the call that moves the source would not be moved with it: it goes into the source's
+  // alpha channel first.
   TimedRun DrawMasked(const Workload& w, std::string* what) {
     *what = "over, mask to alpha; over, bilinear";
     auto from = std::make_shared<Bitmap>(w.sourceWidth, w.sourceHeight, 1);

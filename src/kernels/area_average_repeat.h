@@ -77,23 +77,10 @@ PIXMORPH_INLINE std::int32_t RepeatLines(const EqualRows& out, const std::uint8_
   return x;
 }
 
+// A line is made once and goes to all rows. Their lines begin at the same column.
 template <class V>
-void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
-                std::uint32_t top);
-
-template <class V>
-void RepeatApart(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts,
-                 std::int32_t count, std::uint32_t top) {
-  for (std::int32_t n = 0; n < out.count; ++n) RepeatRows<V>({out.rows + n, 1}, row, starts, count, top);
-}
-
-// A line is made once and goes to all rows, if their lines begin at the same column.
-template <class V>
-void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
-                std::uint32_t top) {
-  for (std::int32_t n = 1; n < out.count; ++n)
-    if ((out.rows[n] - out.rows[0]) % (4 * kLinePixels) != 0)
-      return RepeatApart<V>(out, row, starts, count, top);
+void RepeatAligned(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts,
+                   std::int32_t count, std::uint32_t top) {
   const auto before =
       static_cast<std::int32_t>(-reinterpret_cast<std::uintptr_t>(out.rows[0]) & (4 * kLinePixels - 1));
   if (before % 4 != 0 || before / 4 >= count) return RepeatEnds(out, row, starts, 0, count, top);
@@ -103,6 +90,16 @@ void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_
   const std::int32_t x = RepeatLines<V>(out, row, starts, before / 4, count, lastLoad, top);
   const std::int32_t end = RepeatLines<Pixels128>(out, row, starts, x, count, INT32_MAX, top);
   RepeatEnds(out, row, starts, end, count, top);
+}
+
+template <class V>
+void RepeatRows(const EqualRows& out, const std::uint8_t* row, const std::int32_t* starts, std::int32_t count,
+                std::uint32_t top) {
+  bool aligned = true;
+  for (std::int32_t n = 1; n < out.count; ++n)
+    if ((out.rows[n] - out.rows[0]) % (4 * kLinePixels) != 0) aligned = false;
+  if (aligned) return RepeatAligned<V>(out, row, starts, count, top);
+  for (std::int32_t n = 0; n < out.count; ++n) RepeatAligned<V>({out.rows + n, 1}, row, starts, count, top);
 }
 
 // Stores past the caches between the aligned ends, V::kStreamBytes at a time.

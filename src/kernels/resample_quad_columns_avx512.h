@@ -61,18 +61,8 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
 template <int kBits>
 void AlongColumnsOf(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,
                     std::uint32_t top) {
-  switch (plan.columnQuads.lists[r].quads) {
-    case 1:
-      return SumPixels<1, kBits>(plan, r, slots, out, top);
-    case 2:
-      return SumPixels<2, kBits>(plan, r, slots, out, top);
-    case 3:
-      return SumPixels<3, kBits>(plan, r, slots, out, top);
-    case 4:
-      return SumPixels<4, kBits>(plan, r, slots, out, top);
-    default:
-      return SumPixels<0, kBits>(plan, r, slots, out, top);
-  }
+  WithQuads<4>(plan.columnQuads.lists[r].quads,
+               [&](auto quads) { SumPixels<quads, kBits>(plan, r, slots, out, top); });
 }
 
 void AlongColumns(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots, std::uint8_t* out,

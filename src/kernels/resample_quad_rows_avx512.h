@@ -77,24 +77,8 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
 template <int kBits>
 void AlongRowsOf(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                  std::uint8_t* slot) {
-  switch (plan.rowQuads.widest) {
-    case 1:
-      return SumColumns<1, kBits>(plan, rows, scratch, slot);
-    case 2:
-      return SumColumns<2, kBits>(plan, rows, scratch, slot);
-    case 3:
-      return SumColumns<3, kBits>(plan, rows, scratch, slot);
-    case 4:
-      return SumColumns<4, kBits>(plan, rows, scratch, slot);
-    case 5:
-      return SumColumns<5, kBits>(plan, rows, scratch, slot);
-    case 6:
-      return SumColumns<6, kBits>(plan, rows, scratch, slot);
-    case 7:
-      return SumColumns<7, kBits>(plan, rows, scratch, slot);
-    default:
-      return SumColumns<0, kBits>(plan, rows, scratch, slot);
-  }
+  WithQuads<7>(plan.rowQuads.widest,
+               [&](auto quads) { SumColumns<quads, kBits>(plan, rows, scratch, slot); });
 }
 
 void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,

@@ -75,6 +75,17 @@ PIXMORPH_INLINE void WithDigits(std::int32_t digits, const Work& work) {
   work(std::integral_constant<std::int32_t, 3>());
 }
 
+// Calls work(quads), a constant, for 1 .. kMost of them; for more work(0).
+template <std::int32_t kMost, class Work>
+PIXMORPH_INLINE void WithQuads(std::int32_t quads, const Work& work) {
+  if constexpr (kMost > 0) {
+    if (quads == kMost) return work(std::integral_constant<std::int32_t, kMost>());
+    WithQuads<kMost - 1>(quads, work);
+  } else {
+    work(std::integral_constant<std::int32_t, 0>());
+  }
+}
+
 // kBits 0: as many fraction bits as the axis says, otherwise kBits.
 template <int kBits>
 struct Rounding {

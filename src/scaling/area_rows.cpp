@@ -41,7 +41,7 @@ bool AreaRows::PlanMemory() {
   const std::int64_t starts = slab_.Plan<std::int32_t>(across_.newSize);
   const std::int64_t sums = slab_.Plan<std::uint16_t>(repeats_ ? 0 : elements);
   const std::int64_t totals = slab_.Plan<std::uint32_t>(totals32_ ? elements : 0);
-  const std::int64_t row = slab_.Plan<std::uint32_t>(keepsRow_ ? across_.newSize : 0);
+  const std::int64_t row = slab_.Plan<std::uint32_t>(keepsRow_ && !together_ ? across_.newSize : 0);
   const std::int64_t bgrxRow = slab_.Plan<std::uint32_t>(packs_ ? across_.newSize : 0);
   const bool unpacks = repeats_ && step_ == 3;
   const std::int64_t sourceRow = slab_.Plan<std::uint32_t>(unpacks ? source_.width : 0);

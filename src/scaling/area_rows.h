@@ -25,13 +25,10 @@ class AreaRows {
   AreaRows(const AreaRows&) = delete;
   AreaRows& operator=(const AreaRows&) = delete;
 
-  // Writes row y of the result to `out`. Rows may be asked for in any order; the source may have changed
-  // since the last one.
-  void MakeRow(std::uint8_t* out, std::int32_t y);
-
   // How many rows from y on are the same and cost less when they are made at once: 1 .. kMostAtOnce.
   std::int32_t AtOnce(std::int32_t y) const;
-  // Writes as many rows, from y on, to `out[0]` and so on.
+  // Writes as many rows of the result, from y on, to `out[0]` and so on. Any rows may come next; the source
+  // may have changed since the last ones.
   void MakeRows(std::uint8_t* const* out, std::int32_t count, std::int32_t y);
 
   // So that yields are never far away, and the processor can hold lines of all of them.
@@ -40,6 +37,7 @@ class AreaRows {
  private:
   bool PlanMemory();
   void PlanColumns();
+  void MakeRow(std::uint8_t* out, std::int32_t y);
   void MakeRowFrom(std::uint8_t* out, std::int32_t y0);
   void MakeBgrx(std::uint8_t* bgrx, std::int32_t y0);
   const std::uint8_t* SourceRow(std::int32_t y0);

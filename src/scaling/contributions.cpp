@@ -33,6 +33,12 @@ bool FillList(const Filter& filter, const ResampleAxis& axis, const TapWindow& w
   return !estimated || filter.error == 0.0 || RoundsAlike(sum, size * (filter.error + list.count * 0x1p-52));
 }
 
+// Where output sample i looks for taps.
+TapWindow WindowOf(const ResampleAxis& axis, double radius, std::int32_t i) {
+  const double centre = (i + 0.5) / axis.scale;
+  return {centre, TruncateToInt32(centre - radius), TruncateToInt32(centre + radius)};
+}
+
 // The part of the window that lies inside the source.
 TapWindow CutOff(TapWindow window, std::int32_t sourceLength) {
   if (window.first < 0) window.first = 0;
@@ -41,6 +47,11 @@ TapWindow CutOff(TapWindow window, std::int32_t sourceLength) {
 }
 
 }  // namespace
+
+std::int64_t ResampleAxis::Capacity(const Filter& filter) const {
+  const double radius = Radius(filter);
+  return horizontal ? 2 * (TruncateToInt64(radius) + 1) : TruncateToInt64(2.0 * radius + 2.0);
+}
 
 bool ContributionTable::Allocate(std::int32_t count) {
   Release();
@@ -59,7 +70,7 @@ void ContributionTable::Build(const Filter& filter, const ResampleAxis& axis, Ph
     ContributionList& list = lists_[i];
     list = {static_cast<Contribution*>(AllocateClearMemory(bytes)), 0, 0.0f};
     if (!list.entries) continue;
-    const TapWindow window = TapWindow::Of(axis, radius, i), inside = CutOff(window, axis.sourceLength);
+    const TapWindow window = WindowOf(axis, radius, i), inside = CutOff(window, axis.sourceLength);
     const double* const known = phases.Find(window, inside.first, inside.last);
     if (!FillList(filter, axis, inside, true, known, capacity, list))
       FillList(filter, axis, inside, false, nullptr, capacity, list);

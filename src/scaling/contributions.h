@@ -10,6 +10,20 @@
 
 namespace pixmorph {
 
+// One axis of a filtered resize.
+struct ResampleAxis {
+  double scale;               // destination length / source length; below 1 the axis shrinks
+  std::int32_t sourceLength;  // samples
+  std::int32_t count;         // lists: destination length
+  bool horizontal;            // the two directions give their lists different room
+
+  // Half-width of the window in which taps are looked for, in source samples. [pure]
+  double Radius(const Filter& filter) const { return scale < 1.0 ? filter.support / scale : filter.support; }
+
+  // Room of one list, in taps. [pure]
+  std::int64_t Capacity(const Filter& filter) const;
+};
+
 // Owns a table of contribution lists and the lists' entries.
 class ContributionTable {
  public:

@@ -2,12 +2,9 @@
 
 #include <string.h>
 
-namespace pixmorph {
+#include "support/numeric.h"
 
-std::int64_t ResampleAxis::Capacity(const Filter& filter) const {
-  const double radius = Radius(filter);
-  return horizontal ? 2 * (TruncateToInt64(radius) + 1) : TruncateToInt64(2.0 * radius + 2.0);
-}
+namespace pixmorph {
 
 bool RoundsAlike(double x, double error) {
   return static_cast<float>(x - error) == static_cast<float>(x + error);

@@ -4,35 +4,14 @@
 #include <cstdint>
 
 #include "scaling/filters.h"
-#include "support/numeric.h"
 
 namespace pixmorph {
-
-// One axis of a filtered resize.
-struct ResampleAxis {
-  double scale;               // destination length / source length; below 1 the axis shrinks
-  std::int32_t sourceLength;  // samples
-  std::int32_t count;         // lists: destination length
-  bool horizontal;            // the two directions give their lists different room
-
-  // Half-width of the window in which taps are looked for, in source samples. [pure]
-  double Radius(const Filter& filter) const { return scale < 1.0 ? filter.support / scale : filter.support; }
-
-  // Room of one list, in taps. [pure]
-  std::int64_t Capacity(const Filter& filter) const;
-};
 
 // Where an output sample looks for taps: around `centre`, samples first .. last, which may lie outside of the
 // source. 32 bits hold every one that doesn't.
 struct TapWindow {
   double centre;
   std::int32_t first, last;
-
-  // Output sample i's. [pure]
-  static TapWindow Of(const ResampleAxis& axis, double radius, std::int32_t i) {
-    const double centre = (i + 0.5) / axis.scale;
-    return {centre, TruncateToInt32(centre - radius), TruncateToInt32(centre + radius)};
-  }
 };
 
 // Samples whose weights are formed together.
@@ -59,7 +38,7 @@ class PhaseWeights {
 
  private:
   static constexpr int kSlotBits = 7;
-  static constexpr std::int32_t kRoom = 1152;
+  static constexpr std::int32_t kRoom = 1152;  // weights; 9 KiB, which may well be on the stack
 
   struct Phase {
     double fraction;
