@@ -20,7 +20,8 @@ struct Avx2Lanes {
   PIXMORPH_INLINE_MEMBER static U16 Add(U16 a, U16 b) { return _mm256_add_epi16(a, b); }
 };
 
-// Eight source pixels. Sums are 16-bit lanes, two a new pixel's channel where boxes are four wide.
+// Eight source pixels. Sums are 16-bit lanes, two a new pixel's channel where boxes are four wide: of which
+// the second is 0 with means.
 struct Avx2Tiles {
   using Sums = __m256i;
   static constexpr std::int32_t kBytes = 32;
@@ -31,17 +32,20 @@ struct Avx2Tiles {
   PIXMORPH_INLINE_MEMBER static Sums NoSums(const Division&) {
     return _mm256_setzero_si256();
   }
-  template <int kWidth>
+  template <int kWidth, bool kMeans>
   PIXMORPH_INLINE_MEMBER static Sums AddBytes(Sums sums, const std::uint8_t* p) {
     const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
                                       : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
     const __m256i pixels = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-    return _mm256_add_epi16(
-        sums, _mm256_maddubs_epi16(_mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(order)),
-                                   _mm256_set1_epi8(1)));
+    const __m256i pairs = _mm256_maddubs_epi16(
+        _mm256_shuffle_epi8(pixels, _mm256_broadcastsi128_si256(order)), _mm256_set1_epi8(1));
+    if (!kMeans) return _mm256_add_epi16(sums, pairs);
+    if (kWidth == 2) return _mm256_add_epi16(sums, _mm256_avg_epu16(pairs, _mm256_setzero_si256()));
+    const __m256i row = _mm256_madd_epi16(pairs, _mm256_set1_epi16(1));
+    return _mm256_add_epi16(sums, _mm256_srli_epi32(_mm256_add_epi32(row, _mm256_set1_epi32(2)), 2));
   }
 
-  template <int kWidth>
+  template <int kWidth, bool kMeans>
   PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, const Sums (&sums)[2],
                                                 const Division& divide) {
     const Sums a = sums[0], b = sums[1];

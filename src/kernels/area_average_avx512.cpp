@@ -50,17 +50,22 @@ struct Avx512Tiles {
   PIXMORPH_INLINE_MEMBER static Sums NoSums(const Division& divide) {
     return kWidth == 2 ? _mm512_set1_epi16(static_cast<short>(divide.bias)) : _mm512_set1_epi32(divide.bias);
   }
-  template <int kWidth>
+  template <int kWidth, bool kMeans>
   PIXMORPH_INLINE_MEMBER static Sums AddBytes(Sums sums, const std::uint8_t* p) {
     const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
                                       : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
     const __m512i bytes = _mm512_shuffle_epi8(_mm512_loadu_si512(p), _mm512_broadcast_i32x4(order));
     const __m512i ones = _mm512_set1_epi8(1);
-    return kWidth == 2 ? _mm512_add_epi16(sums, _mm512_maddubs_epi16(bytes, ones))
-                       : _mm512_dpbusd_epi32(sums, bytes, ones);
+    if (kWidth == 2) {
+      const __m512i row = _mm512_maddubs_epi16(bytes, ones);
+      return _mm512_add_epi16(sums, kMeans ? _mm512_avg_epu16(row, _mm512_setzero_si512()) : row);
+    }
+    if (!kMeans) return _mm512_dpbusd_epi32(sums, bytes, ones);
+    return _mm512_add_epi32(sums,
+                            _mm512_srli_epi32(_mm512_dpbusd_epi32(_mm512_set1_epi32(2), bytes, ones), 2));
   }
 
-  template <int kWidth>
+  template <int kWidth, bool kMeans>
   PIXMORPH_INLINE_MEMBER static void StoreMeans(std::uint8_t* out, const Sums (&sums)[4],
                                                 const Division& divide) {
     if (kWidth == 2) {

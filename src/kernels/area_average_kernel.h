@@ -83,6 +83,8 @@ struct AreaColumns {
   std::uint32_t top;           // the top byte of every new pixel: 0 or 0xFF000000
   AreaDivisor divisor;         // of boxPixels where that is at most kAreaRowsIn16Bits
   std::int32_t lift;           // added to box sums before they are divided; in the divisor's bias too
+  // Of tiles: each row of a box counts with its rounded mean, and boxPixels is the number of rows.
+  bool rowMeans = false;
 };
 
 // Rows of a result that become equal, anywhere.

@@ -88,9 +88,12 @@ void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32
   for (std::int32_t x = 0; x < columns.count * 4; x += 4) {
     for (std::int32_t channel = 0; channel < 3; ++channel) {
       std::int32_t sum = columns.lift;
-      for (std::int32_t r = 0; r < rowCount; ++r)
+      for (std::int32_t r = 0; r < rowCount; ++r) {
+        std::int32_t row = 0;
         for (std::int32_t i = 0; i < columns.boxWidth; ++i)
-          sum += rows[r][x * columns.boxWidth + i * 4 + channel];
+          row += rows[r][x * columns.boxWidth + i * 4 + channel];
+        sum += columns.rowMeans ? (row + columns.boxWidth / 2) / columns.boxWidth : row;
+      }
       out[x + channel] = static_cast<std::uint8_t>(sum / columns.boxPixels);
     }
     out[x + 3] = static_cast<std::uint8_t>(columns.top >> 24);

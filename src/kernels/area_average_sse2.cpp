@@ -1,4 +1,5 @@
-#include "kernels/area_average_simd.h"
+#include "kernels/area_average_tiles_sse.h"
+#include "kernels/registers.h"
 
 namespace pixmorph::kernels {
 namespace {
@@ -18,13 +19,28 @@ struct Sse2Lanes {
   PIXMORPH_INLINE_MEMBER static U16 Add(U16 a, U16 b) { return _mm_add_epi16(a, b); }
 };
 
-// Without byte shuffles the way over rows of sums is as good.
-bool NeverTiles(std::int32_t, std::int32_t, std::int32_t) { return false; }
+// The halves of a vector are new pixels, or of one its even columns and its odd ones.
+struct Sse2TileOps {
+  template <int kWidth>
+  PIXMORPH_INLINE_MEMBER static __m128i RowSums(__m128i pixels) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i low = _mm_unpacklo_epi8(pixels, zero), high = _mm_unpackhi_epi8(pixels, zero);
+    __m128i sums = kWidth == 2 ? PairSums(low, high) : _mm_add_epi16(low, high);
+    KeepInRegister(sums);  // or several rows are widened before any is added, and registers run out
+    return sums;
+  }
+  PIXMORPH_INLINE_MEMBER static __m128i PairSums(__m128i a, __m128i b) {
+    return _mm_add_epi16(_mm_unpacklo_epi64(a, b), _mm_unpackhi_epi64(a, b));
+  }
+};
+
+using Sse2Tiles = Tiles128<Sse2TileOps>;
 
 }  // namespace
 
 const AreaAverageKernels kAreaAverageSse2 = {
-    AddRows<Sse2Lanes>, AddSums,           AverageSmall,    AverageLarge, AverageTotals,      DivideSums,
-    NeverTiles,         ref::AverageTiles, RepeatEachPixel, nullptr,      CopyRow<Pixels128>, FinishCopies};
+    AddRows<Sse2Lanes>, AddSums,    AverageSmall,       AverageLarge,
+    AverageTotals,      DivideSums, CanTile<Sse2Tiles>, AverageTiles<Sse2Tiles>,
+    RepeatEachPixel,    nullptr,    CopyRow<Pixels128>, FinishCopies};
 
 }  // namespace pixmorph::kernels

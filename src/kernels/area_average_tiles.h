@@ -4,9 +4,10 @@
 #include "kernels/area_average_kernel.h"
 #include "kernels/read_ahead.h"
 
-// Boxes of two or four columns side by side, averaged without rows of sums in between: bytes are grouped by
-// channel with one shuffle and summed with multiplications by one. `V` is a vector of pixels; for inclusion
-// by the files of the levels that have byte shuffles.
+// Boxes of two or four columns side by side, averaged without rows of sums in between. `V` is a vector of
+// pixels that
+//   AddBytes<width, means>   adds to sums of the boxes' columns, or of the rounded means of their rows,
+//   StoreMeans<width, means> turns into pixels, kVectors of them at once.
 namespace pixmorph::kernels {
 namespace {
 
@@ -23,15 +24,15 @@ bool CanTile(std::int32_t boxWidth, std::int32_t boxHeight, std::int32_t count) 
 }
 
 // The sums of one vector's boxes.
-template <class V, int kWidth, int kRows>
+template <class V, int kWidth, bool kMeans, int kRows>
 PIXMORPH_INLINE typename V::Sums TileSums(const std::uint8_t* const* rows, std::ptrdiff_t offset,
                                           const typename V::Division& divide) {
   typename V::Sums sums = V::template NoSums<kWidth>(divide);
-  for (int r = 0; r < kRows; ++r) sums = V::template AddBytes<kWidth>(sums, rows[r] + offset);
+  for (int r = 0; r < kRows; ++r) sums = V::template AddBytes<kWidth, kMeans>(sums, rows[r] + offset);
   return sums;
 }
 
-template <class V, int kWidth, int kRows>
+template <class V, int kWidth, bool kMeans, int kRows>
 PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const* rowTable,
                                     const AreaColumns& columns) {
   const std::uint8_t* rows[kRows];
@@ -44,8 +45,8 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
     ReadAhead<kRows, kBytes>(rows[0], offset);
     typename V::Sums sums[V::kVectors];
     for (int n = 0; n < V::kVectors; ++n)
-      sums[n] = TileSums<V, kWidth, kRows>(rows, offset + n * V::kBytes, divide);
-    V::template StoreMeans<kWidth>(out + x * 4, sums, divide);
+      sums[n] = TileSums<V, kWidth, kMeans, kRows>(rows, offset + n * V::kBytes, divide);
+    V::template StoreMeans<kWidth, kMeans>(out + x * 4, sums, divide);
   };
   std::int32_t x = 0;
   for (; x + kStep <= columns.count; x += kStep) average(x);
@@ -53,21 +54,21 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
   if (x < columns.count) average(columns.count - kStep);
 }
 
-template <class V, int kWidth>
-PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
-                                    const AreaColumns& columns) {
+template <class V, int kWidth, bool kMeans>
+void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                    const AreaColumns& columns) {
   switch (rowCount) {
     case 1:
-      AverageTilesOf<V, kWidth, 1>(out, rows, columns);
+      AverageTilesOf<V, kWidth, kMeans, 1>(out, rows, columns);
       break;
     case 2:
-      AverageTilesOf<V, kWidth, 2>(out, rows, columns);
+      AverageTilesOf<V, kWidth, kMeans, 2>(out, rows, columns);
       break;
     case 3:
-      AverageTilesOf<V, kWidth, 3>(out, rows, columns);
+      AverageTilesOf<V, kWidth, kMeans, 3>(out, rows, columns);
       break;
     default:
-      AverageTilesOf<V, kWidth, 4>(out, rows, columns);
+      AverageTilesOf<V, kWidth, kMeans, 4>(out, rows, columns);
       break;
   }
 }
@@ -75,10 +76,11 @@ PIXMORPH_INLINE void AverageTilesOf(std::uint8_t* out, const std::uint8_t* const
 template <class V>
 void AverageTiles(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
                   const AreaColumns& columns) {
-  if (columns.boxWidth == 2) {
-    AverageTilesOf<V, 2>(out, rows, rowCount, columns);
+  const bool two = columns.boxWidth == 2;
+  if (columns.rowMeans) {
+    (two ? AverageTilesOf<V, 2, true> : AverageTilesOf<V, 4, true>)(out, rows, rowCount, columns);
   } else {
-    AverageTilesOf<V, 4>(out, rows, rowCount, columns);
+    (two ? AverageTilesOf<V, 2, false> : AverageTilesOf<V, 4, false>)(out, rows, rowCount, columns);
   }
 }
 

@@ -9,8 +9,8 @@ namespace pixmorph::kernels {
 
 namespace {
 
-// K: the level's kernels. kTilesOnly: leaves to others what can't be averaged in tiles.
-template <const AreaAverageKernels& K, bool kTilesOnly>
+// K: the level's kernels. kWidest: boxes that can't be averaged in tiles and are wider are left to others.
+template <const AreaAverageKernels& K, std::int32_t kWidest>
 class AveragePasses {
  public:
   static std::int64_t PlanBytes(const AxisWeights& row, const AxisWeights& column) {
@@ -24,9 +24,34 @@ class AveragePasses {
   static bool Plan(const AxisWeights& row, const AxisWeights& column, void* memory, FusedPlan& plan) {
     if (!AllAverages(row) || !AllAverages(column) || !SameCounts(row) || row.blocks[0].count < 2)
       return false;
+    const bool sideBySide = SideBySide(row);
+    plan.scratchBytes = 0;
+    if (sideBySide && SameCounts(column) && SideBySide(column) &&
+        K.canTile(row.blocks[0].count, column.blocks[0].count, row.count)) {
+      PlanBoxes(row, column, plan);
+      return true;
+    }
+    const bool tiles = sideBySide && K.canTile(row.blocks[0].count, 1, row.count);
+    if (!tiles && row.blocks[0].count > kWidest) return false;
+    PlanPasses(row, column, tiles, memory, plan);
+    return true;
+  }
+
+ private:
+  // Boxes side by side in both directions: a batch is a row of boxes, and its slot has but the addresses of
+  // the batch's rows. A row of the result is made of them at once.
+  static void PlanBoxes(const AxisWeights& row, const AxisWeights& column, FusedPlan& plan) {
+    plan.averages.columns = Columns(nullptr, row.count, row.blocks[0].count, column.blocks[0].count);
+    plan.averages.columns.rowMeans = true;
+    plan.alongRows = KeepRows;
+    plan.alongColumns = AverageBoxes;
+    plan.batchRows = column.blocks[0].count;
+    plan.slotBytes = kAddressBytes;
+  }
+
+  static void PlanPasses(const AxisWeights& row, const AxisWeights& column, bool tiles, void* memory,
+                         FusedPlan& plan) {
     const std::int32_t box = row.blocks[0].count;
-    const bool tiles = K.canTile(box, 1, row.count) && SideBySide(row);
-    if (kTilesOnly && !tiles) return false;
     AveragePlan& own = plan.averages;
     own.sums = static_cast<std::uint16_t*>(memory);
     auto* const blocks = reinterpret_cast<AreaColumns*>(own.sums + SumCount(row));
@@ -43,11 +68,26 @@ class AveragePasses {
     plan.alongColumns = AlongColumns;
     plan.batchRows = 1;
     plan.slotBytes = (std::int64_t{row.count} * 4 + 63) / 64 * 64;
-    plan.scratchBytes = 0;
-    return true;
   }
 
- private:
+  static constexpr std::int64_t kAddressBytes = 64;
+  static_assert(kAreaRowsAtOnce * sizeof(void*) <= kAddressBytes && kAreaRowsAtOnce <= kMostBatchRows);
+
+  static void KeepRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t*,
+                       std::uint8_t* slot) {
+    auto* const kept = reinterpret_cast<const std::uint8_t**>(slot);
+    for (std::int32_t n = 0; n < plan.batchRows; ++n) kept[n] = rows[n];
+  }
+
+  static void AverageBoxes(const FusedPlan& plan, std::int32_t, const std::uint8_t* slots, std::uint8_t* out,
+                           std::uint32_t top) {
+    const AveragePlan& own = plan.averages;
+    AreaColumns columns = own.columns;
+    columns.top = top;
+    const auto* const rows = reinterpret_cast<const std::uint8_t* const*>(slots);
+    K.averageTiles(out, rows, plan.batchRows, columns);
+  }
+
   static AreaColumns Columns(const std::int32_t* starts, std::int32_t count, std::int32_t boxWidth,
                              std::int32_t boxPixels) {
     return {starts, count, boxWidth, 4, boxPixels, 0, RoundingAreaDivisor(boxPixels), boxPixels / 2};

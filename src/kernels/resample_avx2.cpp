@@ -74,7 +74,7 @@ struct Words256 {
 
 using Passes = WordPasses<EightSums>;
 
-using Averages = AveragePasses<kAreaAverageAvx2, false>;
+using Averages = AveragePasses<kAreaAverageAvx2, 3>;
 using Pairs = PairPasses<Words256>;
 
 }  // namespace

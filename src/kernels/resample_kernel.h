@@ -47,12 +47,17 @@ struct AveragePlan {
   std::uint16_t* sums;        // of one row
 };
 
+// Of one batch of source rows.
+constexpr std::int32_t kMostBatchRows = 8;
+
 // The two passes woven into one. Source rows go in by batches, in order; each batch becomes one slot of
 // intermediate rows. An output row needs the slots of the batches in which its list's first to last source
 // row lie, contiguous in memory and in order.
 struct FusedPlan {
   // One slot from `batchRows` rows of 32-bit source pixels, of which exactly the pixels are read. Behind the
-  // source's last row any row may stand in. `scratch` and `slot` are aligned to 64 bytes.
+  // source's last row any row may stand in. Where every output row needs one batch of its own, it is made
+  // before the next batch goes in: until then the rows stay as they are. `scratch` and `slot` are aligned to
+  // 64 bytes.
   void (*alongRows)(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t* scratch,
                     std::uint8_t* slot);
   // Output row r, exactly its 32-bit pixels, with the top byte `top` (0 or 0xFF000000). `slots` is the first
@@ -62,7 +67,7 @@ struct FusedPlan {
   // Before others look at output rows: orders what was written past the caches before what is stored later.
   // Null where nothing is.
   void (*finishRows)();
-  std::int32_t batchRows;
+  std::int32_t batchRows;     // 1 .. kMostBatchRows
   std::int64_t slotBytes;     // a multiple of 64
   std::int64_t scratchBytes;  // a multiple of 64
   // Of these the level uses its own kind.

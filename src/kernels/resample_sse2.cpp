@@ -22,7 +22,7 @@ struct Sse2 {
 };
 using Passes = WordPasses<FourSums<Sse2>>;
 
-using Averages = AveragePasses<kAreaAverageSse2, false>;
+using Averages = AveragePasses<kAreaAverageSse2, 8>;
 using Pairs = PairPasses<Words128>;
 
 }  // namespace

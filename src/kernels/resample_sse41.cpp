@@ -20,7 +20,7 @@ struct Sse41 {
 };
 using Passes = WordPasses<FourSums<Sse41>>;
 
-using Averages = AveragePasses<kAreaAverageSse41, false>;
+using Averages = AveragePasses<kAreaAverageSse41, 8>;
 using Pairs = PairPasses<Words128>;
 
 }  // namespace

@@ -7,7 +7,6 @@ namespace pixmorph {
 namespace {
 
 constexpr std::int64_t kLine = 64;
-constexpr std::int32_t kMostBatchRows = 8;
 
 std::int64_t Lines(std::int64_t bytes) { return bytes < 0 ? -1 : (bytes + kLine - 1) / kLine * kLine; }
 
@@ -64,7 +63,7 @@ void FusedResample::PlanMemory() {
 }
 
 void FusedResample::MakeSlot(PictureReader& reader, std::int32_t batch) {
-  const std::uint8_t* rows[2 * kMostBatchRows];
+  const std::uint8_t* rows[2 * kernels::kMostBatchRows];
   const std::int32_t last = columnWeights_.sourceLength - 1;
   for (std::int32_t n = 0; n < 2 * plan_.batchRows; ++n) {
     const std::int64_t row = std::int64_t{batch} * plan_.batchRows + n;

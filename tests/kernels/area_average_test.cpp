@@ -206,11 +206,14 @@ TEST_P(AreaAverage, AveragesTilesUpToTheRowsEnd) {
     const int pixels = boxWidth * boxHeight;
     AreaColumns columns = {nullptr, newWidth, boxWidth, 4, pixels, 0xFF000000u, DivisorOf(pixels), 0};
     if (random.OneIn(2)) columns.divisor = RoundingAreaDivisor(pixels), columns.lift = pixels / 2;
+    if (random.OneIn(2))
+      columns = {nullptr,       newWidth, boxWidth, 4, boxHeight, 0, RoundingAreaDivisor(boxHeight),
+                 boxHeight / 2, true};
     std::vector<std::uint8_t> expected(out.Size());
     Kernels().averageTiles(out.Data(), rows, boxHeight, columns);
     ref::AverageTiles(expected.data(), rows, boxHeight, columns);
     ASSERT_EQ(-1, FirstDifference(out.Data(), expected.data(), newWidth * 4))
-        << newWidth << " boxes of " << boxWidth << " × " << boxHeight;
+        << newWidth << " boxes of " << boxWidth << " × " << boxHeight << (columns.rowMeans ? ", means" : "");
   }
 }
 

@@ -82,6 +82,7 @@ class Case {
     source_ = Made(random, random.Between(1, limit), random.Between(1, limit / 2), random.Pick(kTypes));
     resultType_ = random.Pick(kPlainTypes);
     width_ = Side(random, source_->width), height_ = Side(random, source_->height);
+    if (random.OneIn(5)) ReduceWholly(random);
     mode_ = random.Between(1, 7);
     radius_ = random.OneIn(5) ? random.Between(100, 1500) : random.Between(1, 40);
     if (method_ >= 4) AddDestination(random);
@@ -124,6 +125,12 @@ class Case {
       default:
         return random.Between(1, 2 * side + 3);
     }
+  }
+
+  // Whole pixels make one.
+  void ReduceWholly(test::Random& random) {
+    width_ = random.Between(1, 40), height_ = random.Between(1, 20);
+    source_ = Made(random, width_ * random.Between(1, 5), height_ * random.Between(1, 5), source_->pixelType);
   }
 
   void AddDestination(test::Random& random) {
