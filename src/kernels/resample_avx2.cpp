@@ -52,13 +52,15 @@ struct Words256 {
     return {_mm256_or_si256(colours, _mm256_set1_epi32(static_cast<std::int32_t>(top)))};
   }
 
-  // Pixels at columns counted from `from`, below `rest` and kReach.
-  static constexpr std::int32_t kReach = 16;
+  // Pixels at columns counted from `from`, below `rest` and kWindow: kReach or kNearReach.
+  static constexpr std::int32_t kReach = 16, kNearReach = 8;
+  template <std::int32_t kWindow>
   PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t rest, const std::int32_t* columns) {
     alignas(32) std::uint8_t inside[4 * kReach];
-    if (rest < kReach) from = Copied(inside, from, rest);
+    if (rest < kWindow) from = Copied(inside, from, rest);
     const __m256i places = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns));
     const __m256i low = _mm256_permutevar8x32_epi32(LoadBytes(from).r, places);
+    if (kWindow == kNearReach) return {low};
     const __m256i high = _mm256_permutevar8x32_epi32(LoadBytes(from + 32).r, places);
     return {_mm256_blendv_epi8(low, high, _mm256_cmpgt_epi32(places, _mm256_set1_epi32(7)))};
   }

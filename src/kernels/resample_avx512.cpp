@@ -51,12 +51,15 @@ struct Words512 {
                                       _mm512_set1_epi32(static_cast<std::int32_t>(top)), 0xEA)};
   }
 
-  // Pixels at columns counted from `from`, below `rest` and kReach.
-  static constexpr std::int32_t kReach = 32;
+  // Pixels at columns counted from `from`, below `rest` and kWindow: kReach or kNearReach.
+  static constexpr std::int32_t kReach = 32, kNearReach = 16;
+  template <std::int32_t kWindow>
   PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t rest, const std::int32_t* columns) {
     const __m512i places = _mm512_loadu_si512(columns);
+    if (kWindow == kNearReach && rest >= 16) return {_mm512_permutexvar_epi32(places, LoadVector(from))};
     // A masked load that is not aligned takes far longer than a plain one.
-    if (rest >= 32) return {_mm512_permutex2var_epi32(LoadVector(from), places, LoadVector(from + 64))};
+    if (kWindow == kReach && rest >= 32)
+      return {_mm512_permutex2var_epi32(LoadVector(from), places, LoadVector(from + 64))};
     const std::uint32_t inside = (1u << rest) - 1;
     const __m512i low = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(inside & 0xFFFF), from);
     const __m512i high = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(inside >> 16), from + 64);

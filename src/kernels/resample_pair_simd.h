@@ -62,8 +62,10 @@ class PairPasses {
     if (!PackPairs(column, blocks + PairsBytes(row), plan.columnPairs)) return false;
     if (W::Spread::Plan(plan.rowPairs, rowPlan, plan))
       plan.alongRows = W::Spread::AlongRows;
-    else if (PlanGroups(plan.rowPairs, rowPlan, plan))
-      plan.alongRows = AlongRows;
+    else if (PlanGroups(plan.rowPairs, W::kNearReach, rowPlan, plan))
+      plan.alongRows = AlongRows<W::kNearReach>;
+    else if (PlanGroups(plan.rowPairs, W::kReach, rowPlan, plan))
+      plan.alongRows = AlongRows<W::kReach>;
     else
       return false;
     plan.alongColumns = AlongColumns;
@@ -92,13 +94,14 @@ class PairPasses {
     return spread > groups ? spread : groups;
   }
 
-  static bool PlanGroups(const PairAxis& axis, void* memory, FusedPlan& plan) {
+  // For windows of `reach` source pixels. False when some columns of a group lie too far apart.
+  static bool PlanGroups(const PairAxis& axis, std::int32_t reach, void* memory, FusedPlan& plan) {
     const std::int32_t groups = Groups(axis.exact);
     auto* const records = static_cast<Record*>(memory);
     auto* const table = reinterpret_cast<PairGroup*>(records + groups);
     std::int32_t used = 0;
     for (std::int32_t g = 0; g < groups; ++g) {
-      if (!MakeRecord(axis, g, records[used], table[g].base)) return false;
+      if (!MakeRecord(axis, g, reach, records[used], table[g].base)) return false;
       table[g].record = Find(records, used);
       if (table[g].record == used) ++used;
     }
@@ -117,8 +120,8 @@ class PairPasses {
     return made;
   }
 
-  // False when the group's source columns lie too far apart.
-  static bool MakeRecord(const PairAxis& axis, std::int32_t group, Record& record, std::int32_t& base) {
+  static bool MakeRecord(const PairAxis& axis, std::int32_t group, std::int32_t reach, Record& record,
+                         std::int32_t& base) {
     std::memset(&record, 0, sizeof record);
     base = INT32_MAX;
     std::int32_t last = 0;
@@ -134,10 +137,10 @@ class PairPasses {
       SetLanes(block, n, record.lanes);
     }
     // Whole windows lie inside the row wherever the row is long enough.
-    const std::int32_t most = axis.exact.sourceLength - W::kReach;
+    const std::int32_t most = axis.exact.sourceLength - reach;
     if (base > most && most >= 0) base = most;
     for (std::int32_t n = 0; n < kPixels; ++n) record.heavy[n] -= base, record.light[n] -= base;
-    return last - base < W::kReach;
+    return last - base < reach;
   }
 
   static void SetLanes(const PairBlock& block, std::int32_t place, std::int16_t* lanes) {
@@ -149,14 +152,16 @@ class PairPasses {
     }
   }
 
+  template <std::int32_t kReach>
   static void AlongRows(const FusedPlan& plan, const std::uint8_t* const* rows, std::uint8_t*,
                         std::uint8_t* slot) {
     if (plan.rowPairs.copies)
-      return MakeGroups(plan, rows, slot, [](const Record&, W heavy, auto) { return heavy; });
+      return MakeGroups<kReach>(plan, rows, slot, [](const Record&, W heavy, auto) { return heavy; });
     if (plan.rowPairs.averages)
-      return MakeGroups(plan, rows, slot,
-                        [](const Record&, W heavy, auto light) { return W::AverageBytes(heavy, light()); });
-    MakeGroups(plan, rows, slot, [](const Record& record, W heavy, auto light) {
+      return MakeGroups<kReach>(plan, rows, slot, [](const Record&, W heavy, auto light) {
+        return W::AverageBytes(heavy, light());
+      });
+    MakeGroups<kReach>(plan, rows, slot, [](const Record& record, W heavy, auto light) {
       const std::int16_t* const lanes = record.lanes;
       return Blend<PairTies::kAll>(PairFactors<W>::At(lanes), PairFactors<W>::At(lanes + 3 * W::kLanes),
                                    heavy, light());
@@ -164,7 +169,7 @@ class PairPasses {
   }
 
   // Fills a slot with what `make(record, heavy, light)` gives for each group; `light` is a function.
-  template <class Make>
+  template <std::int32_t kReach, class Make>
   PIXMORPH_INLINE_MEMBER static void MakeGroups(const FusedPlan& plan, const std::uint8_t* const* rows,
                                                 std::uint8_t* slot, Make make) {
     const std::uint8_t *const row = rows[0], *const next = rows[1];
@@ -177,8 +182,8 @@ class PairPasses {
       // The same place of the row that comes next, while this one is worked on.
       if (g % (16 / kPixels) == 0) __builtin_prefetch(next + at, 0, 2);
       const std::int32_t rest = width - group->base;
-      const W heavy = W::Gather(row + at, rest, record.heavy);
-      W::StoreBytes(slot, make(record, heavy, [&] { return W::Gather(row + at, rest, record.light); }));
+      const W heavy = W::template Gather<kReach>(row + at, rest, record.heavy);
+      W::StoreBytes(slot, make(record, heavy, [&] { return W::template Gather<kReach>(row + at, rest, record.light); }));
     }
   }
 

@@ -58,8 +58,9 @@ struct Words128 {
     return {kernels::WithTop(a.r, _mm_set1_epi32(static_cast<std::int32_t>(top)))};
   }
 
-  // Pixels at columns counted from `from`, below `rest` and kReach.
-  static constexpr std::int32_t kReach = INT32_MAX;
+  // Pixels at columns counted from `from`, below `rest` and kWindow.
+  static constexpr std::int32_t kReach = INT32_MAX, kNearReach = kReach;
+  template <std::int32_t kWindow>
   PIXMORPH_OP Gather(const std::uint8_t* from, std::int32_t, const std::int32_t* columns) {
     return {GatherPixels(from, columns)};
   }
