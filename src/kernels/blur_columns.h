@@ -19,11 +19,15 @@ PIXMORPH_INLINE void ForEachVector(std::int32_t width, const BlurSourceRows& row
   const std::uint8_t* const soonLeaving = rows.soonLeaving;
   const std::int32_t bytes = width * 4;
   std::int32_t at = 0;
-  for (; at + V::kBytes <= bytes; at += V::kBytes) {
+  // A line is asked for once.
+  constexpr std::int32_t kStep = V::kBytes < 64 ? 64 : V::kBytes;
+  for (; at + kStep <= bytes; at += kStep) {
     V::Prefetch(soonEntering + at);
     V::Prefetch(soonLeaving + at);
-    block(at, V::Load(entering + at), V::Load(leaving + at));
+    for (std::int32_t i = 0; i < kStep; i += V::kBytes)
+      block(at + i, V::Load(entering + at + i), V::Load(leaving + at + i));
   }
+  for (; at + V::kBytes <= bytes; at += V::kBytes) block(at, V::Load(entering + at), V::Load(leaving + at));
   if (at == bytes) return;
   alignas(64) std::uint8_t ends[2][V::kBytes] = {};
   const std::size_t left = static_cast<std::size_t>(bytes - at);
