@@ -24,9 +24,7 @@ PIXMORPH_INLINE Prefix<V> RunningSums(V in, V out) {
   p.before.lo = V::Add16(p.before.lo, V::ShiftUpPixel16(p.before.lo));
   p.before.hi = V::Add16(p.before.hi, V::ShiftUpPixel16(p.before.hi));
   p.before.hi = V::Add16(p.before.hi, V::LastPixel16(p.before.lo));
-  const V group = V::LastPixel16(p.before.hi);
-  p.groups = V::SumOfEarlierGroups16(group);
-  p.total = V::LastGroup(V::Add16(p.groups, group));
+  V::SumGroups16(V::LastPixel16(p.before.hi), &p.groups, &p.total);
   return p;
 }
 

@@ -139,8 +139,12 @@ struct VecAvx2 {
     return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(four, _mm_srli_si128(four, 8))));
   }
 
-  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
-  PIXMORPH_OP SumOfEarlierGroups16(Self a) { return {_mm256_permute2x128_si256(a.r, a.r, 0x08)}; }
+  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it, and that of all.
+  PIXMORPH_INLINE_MEMBER static void SumGroups16(Self a, Self* earlier, Self* total) {
+    earlier->r = _mm256_permute2x128_si256(a.r, a.r, 0x08);
+    *total = LastGroup(Add16(*earlier, a));
+  }
+  // The last one, for each.
   PIXMORPH_OP LastGroup(Self a) { return {_mm256_permute2x128_si256(a.r, a.r, 0x11)}; }
 
   // 32-bit lanes as floats.

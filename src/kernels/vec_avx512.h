@@ -98,12 +98,14 @@ struct VecAvx512 {
     return static_cast<std::uint32_t>(_mm512_reduce_add_epi64(a.r));
   }
 
-  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
-  PIXMORPH_OP SumOfEarlierGroups16(Self a) {
-    const __m512i one = _mm512_maskz_shuffle_i64x2(0xFC, a.r, a.r, 0x90);
-    const __m512i two = _mm512_add_epi16(one, _mm512_maskz_shuffle_i64x2(0xFC, one, one, 0x90));
-    return {_mm512_add_epi16(two, _mm512_maskz_shuffle_i64x2(0xF0, two, two, 0x40))};
+  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it, and that of all.
+  PIXMORPH_INLINE_MEMBER static void SumGroups16(Self a, Self* earlier, Self* total) {
+    const __m512i pairs = _mm512_add_epi16(a.r, _mm512_maskz_shuffle_i64x2(0xFC, a.r, a.r, 0x90));
+    const Self sums = {_mm512_add_epi16(pairs, _mm512_maskz_shuffle_i64x2(0xF0, pairs, pairs, 0x40))};
+    *earlier = Sub16(sums, a);
+    *total = LastGroup(sums);
   }
+  // The last one, for each.
   PIXMORPH_OP LastGroup(Self a) { return {_mm512_shuffle_i64x2(a.r, a.r, 0xFF)}; }
 
   // 32-bit lanes as floats.

@@ -129,8 +129,12 @@ struct VecSse {
     return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_add_epi32(a.r, _mm_srli_si128(a.r, 8))));
   }
 
-  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it; the last one, for each.
-  PIXMORPH_OP SumOfEarlierGroups16(Self) { return Zero(); }
+  // Groups are 16 bytes. For each one, the 16-bit sum of those in front of it, and that of all.
+  PIXMORPH_INLINE_MEMBER static void SumGroups16(Self a, Self* earlier, Self* total) {
+    *earlier = Zero();
+    *total = a;
+  }
+  // The last one, for each.
   PIXMORPH_OP LastGroup(Self a) { return a; }
 
   // 32-bit lanes as floats.
