@@ -49,10 +49,13 @@ class Packer {
   void ChooseBiases() {
     for (std::int32_t b = 0; b < axis_.blockCount; ++b) {
       const WeightBlock& block = axis_.blocks[b];
-      biases_[b] = RoundedUp(block) || IsExact(block) ? (1 << (fixed_.fractionBits - 1)) + 2 * fixed_.error
-                                                      : BiasOf(axis_, block, fixed_);
+      biases_[b] = IsCertain(block) ? (1 << (fixed_.fractionBits - 1)) + 2 * fixed_.error
+                                    : BiasOf(axis_, block, fixed_);
     }
   }
+
+  // No sum of the block is ever in question.
+  bool IsCertain(const WeightBlock& block) const { return RoundedUp(block) || IsExact(block); }
 
   // The weights of an average are rounded up: its sums are too large, by less than one unit a tap and level.
   bool RoundedUp(const WeightBlock& block) const {
@@ -102,7 +105,7 @@ class Packer {
     auto* const bytes = reinterpret_cast<signed char*>(digits_ + used_);
     memset(bytes, 0, 12 * static_cast<std::uint32_t>(quads));
     const bool roundedUp = RoundedUp(block);
-    std::int32_t digits = 1;
+    std::int32_t digits = IsCertain(block) ? 1 : 3;
     const std::int32_t up = ((1 << fixed_.fractionBits) + block.count - 1) / block.count;
     for (std::int32_t t = 0; t < block.count; ++t) {
       std::int32_t rest = roundedUp ? up : Integer(block, t);

@@ -19,8 +19,8 @@ struct QuadList {
   std::int32_t quads;  // 1 or more
   std::int32_t words;  // index into `digits`: three words per quad, most significant digit first
   std::int32_t bias;   // where the sum starts
-  // 1 where only the most significant digits are not 0, of simple weights that shrink to a power of two;
-  // otherwise 3. With `uniform` of the lists 4n .. 4n + 3 together.
+  // 1 where only the most significant digits are not 0, of simple weights that shrink to a power of two, and
+  // no sum is in question; otherwise 3. With `uniform` of the lists 4n .. 4n + 3 together.
   std::int32_t digits;
 };
 
