@@ -1,5 +1,4 @@
-#include "kernels/area_average_simd.h"
-#include "kernels/area_average_tiles.h"
+#include "kernels/area_average_lanes_sse41.h"
 #include "kernels/intrinsics.h"
 
 namespace pixmorph::kernels {
@@ -95,6 +94,7 @@ struct Avx2Pixels {
 }  // namespace
 
 const AreaAverageKernels kAreaAverageAvx2 = {AddRows<Avx2Lanes>,
+                                             AddRows<Sse41Lanes>,
                                              AddSums,
                                              AverageSmall,
                                              AverageLarge,
@@ -102,6 +102,7 @@ const AreaAverageKernels kAreaAverageAvx2 = {AddRows<Avx2Lanes>,
                                              DivideSums,
                                              CanTile<Avx2Tiles>,
                                              AverageTiles<Avx2Tiles>,
+                                             AverageTiles<Sse41Tiles>,
                                              RepeatPixels<Avx2Pixels>,
                                              RepeatRows<Avx2Pixels>,
                                              CopyRow<Avx2Pixels>,

@@ -1,5 +1,4 @@
-#include "kernels/area_average_simd.h"
-#include "kernels/area_average_tiles.h"
+#include "kernels/area_average_lanes_sse41.h"
 #include "kernels/intrinsics.h"
 
 namespace pixmorph::kernels {
@@ -117,6 +116,7 @@ struct HalfVectors {
 }  // namespace
 
 const AreaAverageKernels kAreaAverageAvx512 = {AddRows<Avx512Lanes>,
+                                               AddRows<Sse41Lanes>,
                                                AddSums,
                                                AverageSmall,
                                                AverageLarge,
@@ -124,6 +124,7 @@ const AreaAverageKernels kAreaAverageAvx512 = {AddRows<Avx512Lanes>,
                                                DivideSums,
                                                CanTile<Avx512Tiles>,
                                                AverageTiles<Avx512Tiles>,
+                                               AverageTiles<Sse41Tiles>,
                                                RepeatPixels<Avx512Pixels>,
                                                RepeatRows<Avx512Pixels>,
                                                CopyRow<HalfVectors>,

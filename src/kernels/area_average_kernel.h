@@ -101,6 +101,9 @@ struct AreaAverageKernels {
   // rows at kAreaRowsIn16Bits or below.
   void (*addRows)(std::uint16_t* sums, const std::uint8_t* const* rows, std::int32_t rowCount,
                   std::int32_t byteCount, bool first);
+  // The same, for rows that come from memory rather than from the caches.
+  void (*addFarRows)(std::uint16_t* sums, const std::uint8_t* const* rows, std::int32_t rowCount,
+                     std::int32_t byteCount, bool first);
   // totals[i] = (first ? 0 : totals[i]) + sums[i].
   void (*addSums)(std::uint32_t* totals, const std::uint16_t* sums, std::int32_t count, bool first);
   // New pixels from rows of sums: each channel trunc(box sum / boxPixels). The first form takes boxes of at
@@ -115,6 +118,9 @@ struct AreaAverageKernels {
   bool (*canTile)(std::int32_t boxWidth, std::int32_t boxHeight, std::int32_t count);
   void (*averageTiles)(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
                        const AreaColumns& columns);
+  // The same, for rows that come from memory.
+  void (*averageFarTiles)(std::uint8_t* out, const std::uint8_t* const* rows, std::int32_t rowCount,
+                          const AreaColumns& columns);
   // out[i] = 32-bit pixel starts[i] of `row`, with its top byte replaced by `top`. `starts` never falls and
   // rises by at most 1 from one entry to the next; the row has starts[count - 1] + 1 pixels.
   void (*repeatPixels)(std::uint8_t* out, const std::uint8_t* row, const std::int32_t* starts,

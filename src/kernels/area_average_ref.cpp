@@ -121,9 +121,9 @@ void FinishCopies() {}
 
 }  // namespace ref
 
-const AreaAverageKernels kAreaAverageScalar = {ref::AddRows,     ref::AddSums,       ref::AverageSums,
-                                               ref::AverageSums, ref::AverageTotals, ref::DivideSums,
-                                               ref::CanTile,     ref::AverageTiles,  ref::RepeatPixels,
-                                               nullptr,          ref::CopyRow,       ref::FinishCopies};
+const AreaAverageKernels kAreaAverageScalar = {
+    ref::AddRows,       ref::AddRows,    ref::AddSums, ref::AverageSums,  ref::AverageSums,
+    ref::AverageTotals, ref::DivideSums, ref::CanTile, ref::AverageTiles, ref::AverageTiles,
+    ref::RepeatPixels,  nullptr,         ref::CopyRow, ref::FinishCopies};
 
 }  // namespace pixmorph::kernels

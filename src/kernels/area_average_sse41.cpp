@@ -1,43 +1,20 @@
-#include <smmintrin.h>
-
-#include "kernels/area_average_tiles_sse.h"
+#include "kernels/area_average_lanes_sse41.h"
 
 namespace pixmorph::kernels {
-namespace {
 
-struct Sse41Lanes {
-  using U16 = __m128i;
-  static constexpr int kLanes = 8;
-  PIXMORPH_INLINE_MEMBER static U16 Widen(const std::uint8_t* p) {
-    return _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
-  }
-  PIXMORPH_INLINE_MEMBER static U16 Load(const std::uint16_t* p) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-  }
-  PIXMORPH_INLINE_MEMBER static void Store(std::uint16_t* p, U16 v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
-  }
-  PIXMORPH_INLINE_MEMBER static U16 Add(U16 a, U16 b) { return _mm_add_epi16(a, b); }
-};
-
-// Two lanes of a channel stand side by side.
-struct Sse41TileOps {
-  template <int kWidth>
-  PIXMORPH_INLINE_MEMBER static __m128i RowSums(__m128i pixels) {
-    const __m128i order = kWidth == 2 ? _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15)
-                                      : _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-    return _mm_maddubs_epi16(_mm_shuffle_epi8(pixels, order), _mm_set1_epi8(1));
-  }
-  PIXMORPH_INLINE_MEMBER static __m128i PairSums(__m128i a, __m128i b) { return _mm_hadd_epi16(a, b); }
-};
-
-using Sse41Tiles = Tiles128<Sse41TileOps>;
-
-}  // namespace
-
-const AreaAverageKernels kAreaAverageSse41 = {
-    AddRows<Sse41Lanes>, AddSums,    AverageSmall,        AverageLarge,
-    AverageTotals,       DivideSums, CanTile<Sse41Tiles>, AverageTiles<Sse41Tiles>,
-    RepeatEachPixel,     nullptr,    CopyRow<Pixels128>,  FinishCopies};
+const AreaAverageKernels kAreaAverageSse41 = {AddRows<Sse41Lanes>,
+                                              AddRows<Sse41Lanes>,
+                                              AddSums,
+                                              AverageSmall,
+                                              AverageLarge,
+                                              AverageTotals,
+                                              DivideSums,
+                                              CanTile<Sse41Tiles>,
+                                              AverageTiles<Sse41Tiles>,
+                                              AverageTiles<Sse41Tiles>,
+                                              RepeatEachPixel,
+                                              nullptr,
+                                              CopyRow<Pixels128>,
+                                              FinishCopies};
 
 }  // namespace pixmorph::kernels

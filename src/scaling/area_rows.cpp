@@ -11,6 +11,8 @@ namespace {
 
 // Results from this size on are written past the caches where rows repeat [bytes].
 constexpr std::int64_t kStreamFrom = 1 << 20;
+// Sources from this size on are not expected in the caches [bytes].
+constexpr std::int64_t kFarFrom = 16 << 20;
 
 }  // namespace
 
@@ -27,6 +29,7 @@ AreaRows::AreaRows(const SourcePixels& source, PixelLayout outLayout, std::int32
       packs_(outLayout == PixelLayout::kRgb24),
       keepsRow_(newHeight > source.height),
       streams_(std::int64_t{newWidth} * newHeight * 4 >= kStreamFrom),
+      far_(std::int64_t{source.width} * source.height * step_ >= kFarFrom),
       totals32_(down_.box > kAreaRowsIn16Bits),
       together_(repeats_ && keepsRow_ && streams_ && !packs_ && kernels_.repeatRows),
       tiles_(step_ == 4 && across_.box * newWidth == source.width &&
@@ -127,7 +130,7 @@ void AreaRows::AverageBoxes(std::uint8_t* bgrx, std::int32_t y0) {
   if (tiles_) {
     const std::uint8_t* rows[kAreaRowsAtOnce];
     for (std::int32_t i = 0; i < down_.box; ++i) rows[i] = source_.rows.Row(y0 + i);
-    kernels_.averageTiles(bgrx, rows, down_.box, columns_);
+    (far_ ? kernels_.averageFarTiles : kernels_.averageTiles)(bgrx, rows, down_.box, columns_);
   } else if (totals32_) {
     SumTotals(y0);
     kernels_.averageTotals(bgrx, totals_, columns_);
@@ -139,12 +142,13 @@ void AreaRows::AverageBoxes(std::uint8_t* bgrx, std::int32_t y0) {
 }
 
 void AreaRows::SumRows(std::int32_t y0, std::int32_t rowCount) {
+  const auto addRows = far_ ? kernels_.addFarRows : kernels_.addRows;
   const std::uint8_t* rows[kAreaRowsAtOnce];
   for (std::int32_t done = 0; done < rowCount; done += kAreaRowsAtOnce) {
     const std::int32_t left = rowCount - done;
     const std::int32_t now = left < kAreaRowsAtOnce ? left : kAreaRowsAtOnce;
     for (std::int32_t i = 0; i < now; ++i) rows[i] = source_.rows.Row(y0 + done + i);
-    kernels_.addRows(sums_, rows, now, source_.width * step_, done == 0);
+    addRows(sums_, rows, now, source_.width * step_, done == 0);
   }
 }
 

@@ -56,6 +56,7 @@ class AreaRows {
   const bool packs_;         // the result has three bytes a pixel
   const bool keepsRow_;      // several rows of the result are equal: `row_` holds the last one made
   const bool streams_;       // the result is too large to stay in the caches
+  const bool far_;           // the source is too large to be in the caches
   const bool totals32_;      // a column sum of a box does not fit 16 bits
   const bool together_;      // rows are repeated without a copy in `row_`
   const bool tiles_;         // boxes lie side by side and are small enough to be averaged without sums

@@ -50,7 +50,7 @@ TEST_P(AreaAverage, AddsRowsUpToTheirLastByte) {
     for (auto& sum : sums) sum = static_cast<std::uint16_t>(random.Between(0, 253 * 255));
     std::vector<std::uint16_t> expected = sums;
     const bool fresh = random.OneIn(2);
-    Kernels().addRows(sums.data(), rows, rowCount, bytes, fresh);
+    (random.OneIn(2) ? Kernels().addRows : Kernels().addFarRows)(sums.data(), rows, rowCount, bytes, fresh);
     ref::AddRows(expected.data(), rows, rowCount, bytes, fresh);
     ASSERT_EQ(-1, FirstDifference(sums.data(), expected.data(), bytes))
         << bytes << " bytes, " << rowCount << " rows, first " << fresh;
@@ -210,7 +210,8 @@ TEST_P(AreaAverage, AveragesTilesUpToTheRowsEnd) {
       columns = {nullptr,       newWidth, boxWidth, 4, boxHeight, 0, RoundingAreaDivisor(boxHeight),
                  boxHeight / 2, true};
     std::vector<std::uint8_t> expected(out.Size());
-    Kernels().averageTiles(out.Data(), rows, boxHeight, columns);
+    const auto average = random.OneIn(2) ? Kernels().averageTiles : Kernels().averageFarTiles;
+    average(out.Data(), rows, boxHeight, columns);
     ref::AverageTiles(expected.data(), rows, boxHeight, columns);
     ASSERT_EQ(-1, FirstDifference(out.Data(), expected.data(), newWidth * 4))
         << newWidth << " boxes of " << boxWidth << " × " << boxHeight << (columns.rowMeans ? ", means" : "");
