@@ -93,6 +93,9 @@ TEST_P(ScaleRows, AreaAveragesAreTheDefinitions) {
       CheckArea(Table(), random, from, to, 3, 700, 2, 2);
       CheckArea(Table(), random, from, to, 900, 2, 2, 1);
     }
+  // Sources too large for the caches, in tiles and in other boxes.
+  CheckArea(Table(), random, PixelLayout::kBgrx0, PixelLayout::kBgrx0, 2064, 2036, 516, 509);
+  CheckArea(Table(), random, PixelLayout::kBgrxF, PixelLayout::kRgb24, 2064, 2036, 631, 388);
 }
 
 // Byte of a pixel of `to` that shows the same colour as byte `channel` of `from`; -1 for none.
