@@ -105,7 +105,7 @@ class Packer {
     auto* const bytes = reinterpret_cast<signed char*>(digits_ + used_);
     memset(bytes, 0, 12 * static_cast<std::uint32_t>(quads));
     const bool roundedUp = RoundedUp(block);
-    std::int32_t digits = IsCertain(block) ? 1 : 3;
+    std::int32_t digits = 1;
     const std::int32_t up = ((1 << fixed_.fractionBits) + block.count - 1) / block.count;
     for (std::int32_t t = 0; t < block.count; ++t) {
       std::int32_t rest = roundedUp ? up : Integer(block, t);
@@ -117,7 +117,7 @@ class Packer {
         if (low != 0 && digit > 0) digits = 3;
       }
     }
-    return digits;
+    return digits == 1 && IsCertain(block) ? 1 : 3;
   }
 
   const AxisWeights& axis_;
