@@ -61,8 +61,9 @@ void PictureObject::Dispose() {
   if (pixmap != nullptr) FreePixmap(pixmap);
   pixmap = nullptr;
   rows.Free();
-  record_ = {};
-  table_ = {};
+  // Released pictures are remembered, their memory is not.
+  decltype(record_)().swap(record_);
+  decltype(table_)().swap(table_);
 }
 
 void PictureObject::Read(std::uint32_t* pixels) const {

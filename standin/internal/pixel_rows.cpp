@@ -124,7 +124,7 @@ void PixelRows::AllocateGuardedRows() {
 }
 
 void PixelRows::Free() {
-  rows_.clear();
+  decltype(rows_)().swap(rows_);
   if (block_ == nullptr) return;
   if (mapped_) {
     munmap(block_, blockBytes_);
