@@ -46,11 +46,10 @@ void SumPixels(const FusedPlan& plan, std::int32_t r, const std::uint8_t* slots,
       for (int c = 0; c < 3; ++c) {
         const __m512i sums =
             DigitSums<digitCount, kQuads>(block + kChannelBytes * c, stride, digits, list.quads, list.bias);
-        if (digitCount != 1) doubts[c] = rounding.Unsure(sums);
+        doubts[c] = rounding.template Unsure<digitCount>(sums);
         whole[c] = rounding.Whole(sums);
       }
       StoreBlock(whole, out + 4 * static_cast<std::ptrdiff_t>(x), width - x, top);
-      if (digitCount == 1) continue;
       if (!unsure.HasRoom(1)) unsure.TakeAll(redo);
       unsure.Add(static_cast<std::uint32_t>(x),
                  _cvtmask16_u32(_kor_mask16(_kor_mask16(doubts[0], doubts[1]), doubts[2])));

@@ -58,11 +58,10 @@ void SumColumns(const FusedPlan& plan, const std::uint8_t* const* rows, std::uin
         const __m512i sums =
             DigitSums<digits, kQuads>(source + 64 * static_cast<std::ptrdiff_t>(list[n].quad), 64,
                                       axis.digits + list[n].words, axis.widest, list[n].bias);
-        if (digits != 1) doubts[n] = rounding.Unsure(sums);
+        doubts[n] = rounding.template Unsure<digits>(sums);
         whole[n] = rounding.Whole(sums);
       }
       StoreColumns(Narrow(whole[0], whole[1], whole[2], whole[3]), slot + PlaceOf(i));
-      if (digits == 1) return;
       if (!unsure.HasRoom(2)) unsure.TakeAll(redo);
       unsure.Add(static_cast<std::uint32_t>(i), UnsurePixels(doubts[0], doubts[1]));
       unsure.Add(static_cast<std::uint32_t>(i + 2), UnsurePixels(doubts[2], doubts[3]));

@@ -95,9 +95,10 @@ struct Rounding {
   PIXMORPH_INLINE_MEMBER explicit Rounding(const QuadAxis& axis)
       : down(_mm_cvtsi32_si128(axis.fractionBits)), doubtMask(_mm512_set1_epi32(axis.doubtMask)) {}
 
-  // The samples whose fraction is too small to be sure.
+  // The samples whose fraction is too small to be sure; with one digit all are.
+  template <std::int32_t kDigits>
   PIXMORPH_INLINE_MEMBER __mmask16 Unsure(__m512i sums) const {
-    return _mm512_testn_epi32_mask(sums, doubtMask);
+    return kDigits == 1 ? static_cast<__mmask16>(0) : _mm512_testn_epi32_mask(sums, doubtMask);
   }
   PIXMORPH_INLINE_MEMBER __m512i Whole(__m512i sums) const {
     return kBits ? _mm512_srai_epi32(sums, kBits) : _mm512_sra_epi32(sums, down);
