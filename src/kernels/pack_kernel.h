@@ -13,6 +13,8 @@ namespace pixmorph::kernels {
 struct PackKernels {
   // Red, green, blue bytes -> 32-bit pixels (blue in bits 0-7).
   void (*rgb24ToBgrx)(std::uint8_t* to, const std::uint8_t* from, std::int32_t count, std::uint32_t top);
+  // The same, asking memory for what comes further on (see read_ahead.h), where nobody else does.
+  void (*rgb24ToBgrxAhead)(std::uint8_t* to, const std::uint8_t* from, std::int32_t count, std::uint32_t top);
   // 32-bit pixels -> red, green, blue bytes; the top bytes are ignored.
   void (*bgrxToRgb24)(std::uint8_t* to, const std::uint8_t* from, std::int32_t count);
   // 32-bit pixels -> 32-bit pixels with the top byte replaced. `to` may equal `from`.

@@ -33,6 +33,6 @@ void BgrxWithTop(std::uint8_t* to, const std::uint8_t* from, std::int32_t count,
 
 }  // namespace ref
 
-const PackKernels kPackScalar = {ref::Rgb24ToBgrx, ref::BgrxToRgb24, ref::BgrxWithTop};
+const PackKernels kPackScalar = {ref::Rgb24ToBgrx, ref::Rgb24ToBgrx, ref::BgrxToRgb24, ref::BgrxWithTop};
 
 }  // namespace pixmorph::kernels

@@ -26,6 +26,7 @@ class AveragePasses {
       return false;
     const bool sideBySide = SideBySide(row);
     plan.scratchBytes = 0;
+    plan.fetchesNextBatch = false;
     if (sideBySide && SameCounts(column) && SideBySide(column) &&
         K.canTile(row.blocks[0].count, column.blocks[0].count, row.count)) {
       PlanBoxes(row, column, plan);

@@ -68,6 +68,7 @@ struct FusedPlan {
   // Null where nothing is.
   void (*finishRows)();
   std::int32_t batchRows;     // 1 .. kMostBatchRows
+  bool fetchesNextBatch;      // `alongRows` is given the next batch's rows, too, behind its own, to fetch them
   std::int64_t slotBytes;     // a multiple of 64
   std::int64_t scratchBytes;  // a multiple of 64
   // Of these the level uses its own kind.

@@ -72,6 +72,7 @@ class PairPasses {
     plan.finishRows = W::EndStreaming;
     plan.batchRows = 1;
     plan.slotBytes = (4 * (std::int64_t{Groups(row)} + 1) * kPixels + 63) / 64 * 64;
+    plan.fetchesNextBatch = true;
     plan.scratchBytes = 0;
     plan.pairStreams = pixels >= kStreamedPixels;
     return true;

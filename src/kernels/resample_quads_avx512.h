@@ -29,6 +29,7 @@ struct QuadPasses {
     plan.alongColumns = AlongColumns;
     plan.batchRows = 4;
     plan.slotBytes = (row.count + kBlock - 1) / kBlock * std::int64_t{kBlockBytes};
+    plan.fetchesNextBatch = true;
     plan.scratchBytes = std::int64_t{64} * (CutStretches(plan.rowQuads, stretches) + 4);
     return true;
   }

@@ -26,6 +26,7 @@ struct WordPasses {
     plan.batchRows = kBatchRows;
     plan.slotBytes = WordSlots<V>::PlaneBytes(row.count) * kPlanes;
     const std::int64_t woven = kPairBytes * (std::int64_t{Rows::LongestStretch(plan.rowWords)} + 1);
+    plan.fetchesNextBatch = true;
     plan.scratchBytes = (woven + 63) / 64 * 64;
     return true;
   }

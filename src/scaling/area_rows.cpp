@@ -122,7 +122,7 @@ void AreaRows::MakeBgrx(std::uint8_t* bgrx, std::int32_t y0) {
 const std::uint8_t* AreaRows::SourceRow(std::int32_t y0) {
   const std::uint8_t* const row = source_.rows.Row(y0);
   if (source_.layout != PixelLayout::kRgb24) return row;
-  pack_.rgb24ToBgrx(sourceRow_, row, source_.width, 0);
+  pack_.rgb24ToBgrxAhead(sourceRow_, row, source_.width, 0);
   return sourceRow_;
 }
 

@@ -69,9 +69,10 @@ void FusedResample::MakeSlot(PictureReader& reader, std::int32_t batch) {
     const std::int64_t row = std::int64_t{batch} * plan_.batchRows + n;
     rows[n] = reader.GetRow(row < last ? static_cast<std::int32_t>(row) : last);
   }
+  const auto unpack = plan_.fetchesNextBatch ? kernels_.pack->rgb24ToBgrx : kernels_.pack->rgb24ToBgrxAhead;
   for (std::int32_t n = 0; n < plan_.batchRows && reader.Layout() == kernels::PixelLayout::kRgb24; ++n) {
     std::uint8_t* const unpacked = unpacked_ + n * unpackedStride_;
-    kernels_.pack->rgb24ToBgrx(unpacked, rows[n], rowWeights_.sourceLength, 0);
+    unpack(unpacked, rows[n], rowWeights_.sourceLength, 0);
     rows[n] = unpacked;
   }
   plan_.alongRows(plan_, rows, scratch_, slots_ + (batch - firstSlot_) * plan_.slotBytes);

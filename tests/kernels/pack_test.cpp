@@ -47,10 +47,11 @@ struct Rows {
 
 TEST_P(PackLevel, ConvertsRowsUpToTheirLastByte) {
   test::Random random(5);
-  for (int round = 0; round < 300; ++round) {
-    const int count = round < 100 ? round : random.Between(0, 600);
+  for (int round = 0; round < 400; ++round) {
+    const int count = round < 200 ? round / 2 : random.Between(0, 600);
+    const auto unpack = round % 2 ? Kernels().rgb24ToBgrx : Kernels().rgb24ToBgrxAhead;
     Rows unpacked(random, count, 3, 4), packed(random, count, 4, 3), rewritten(random, count, 4, 4);
-    Kernels().rgb24ToBgrx(unpacked.to.Data(), unpacked.from.Data(), count, unpacked.top);
+    unpack(unpacked.to.Data(), unpacked.from.Data(), count, unpacked.top);
     Kernels().bgrxToRgb24(packed.to.Data(), packed.from.Data(), count);
     Kernels().bgrxWithTop(rewritten.to.Data(), rewritten.from.Data(), count, rewritten.top);
     for (int i = 0; i < count; ++i) {
