@@ -93,19 +93,7 @@ struct Avx2Pixels {
 
 }  // namespace
 
-const AreaAverageKernels kAreaAverageAvx2 = {AddRows<Avx2Lanes>,
-                                             AddRows<Sse41Lanes>,
-                                             AddSums,
-                                             AverageSmall,
-                                             AverageLarge,
-                                             AverageTotals,
-                                             DivideSums,
-                                             CanTile<Avx2Tiles>,
-                                             AverageTiles<Avx2Tiles>,
-                                             AverageTiles<Sse41Tiles>,
-                                             RepeatPixels<Avx2Pixels>,
-                                             RepeatRows<Avx2Pixels>,
-                                             CopyRow<Avx2Pixels>,
-                                             FinishCopies};
+const AreaAverageKernels kAreaAverageAvx2 = AreaKernelsOf<Avx2Lanes, Sse41Lanes, Avx2Tiles, Sse41Tiles>(
+    RepeatPixels<Avx2Pixels>, RepeatRows<Avx2Pixels>, CopyRow<Avx2Pixels>);
 
 }  // namespace pixmorph::kernels

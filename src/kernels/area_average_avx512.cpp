@@ -115,19 +115,7 @@ struct HalfVectors {
 
 }  // namespace
 
-const AreaAverageKernels kAreaAverageAvx512 = {AddRows<Avx512Lanes>,
-                                               AddRows<Sse41Lanes>,
-                                               AddSums,
-                                               AverageSmall,
-                                               AverageLarge,
-                                               AverageTotals,
-                                               DivideSums,
-                                               CanTile<Avx512Tiles>,
-                                               AverageTiles<Avx512Tiles>,
-                                               AverageTiles<Sse41Tiles>,
-                                               RepeatPixels<Avx512Pixels>,
-                                               RepeatRows<Avx512Pixels>,
-                                               CopyRow<HalfVectors>,
-                                               FinishCopies};
+const AreaAverageKernels kAreaAverageAvx512 = AreaKernelsOf<Avx512Lanes, Sse41Lanes, Avx512Tiles, Sse41Tiles>(
+    RepeatPixels<Avx512Pixels>, RepeatRows<Avx512Pixels>, CopyRow<HalfVectors>);
 
 }  // namespace pixmorph::kernels

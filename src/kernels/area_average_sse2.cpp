@@ -38,19 +38,7 @@ using Sse2Tiles = Tiles128<Sse2TileOps>;
 
 }  // namespace
 
-const AreaAverageKernels kAreaAverageSse2 = {AddRows<Sse2Lanes>,
-                                             AddRows<Sse2Lanes>,
-                                             AddSums,
-                                             AverageSmall,
-                                             AverageLarge,
-                                             AverageTotals,
-                                             DivideSums,
-                                             CanTile<Sse2Tiles>,
-                                             AverageTiles<Sse2Tiles>,
-                                             AverageTiles<Sse2Tiles>,
-                                             RepeatEachPixel,
-                                             nullptr,
-                                             CopyRow<Pixels128>,
-                                             FinishCopies};
+const AreaAverageKernels kAreaAverageSse2 =
+    AreaKernelsOf<Sse2Lanes, Sse2Lanes, Sse2Tiles, Sse2Tiles>(RepeatEachPixel, nullptr, CopyRow<Pixels128>);
 
 }  // namespace pixmorph::kernels

@@ -2,19 +2,7 @@
 
 namespace pixmorph::kernels {
 
-const AreaAverageKernels kAreaAverageSse41 = {AddRows<Sse41Lanes>,
-                                              AddRows<Sse41Lanes>,
-                                              AddSums,
-                                              AverageSmall,
-                                              AverageLarge,
-                                              AverageTotals,
-                                              DivideSums,
-                                              CanTile<Sse41Tiles>,
-                                              AverageTiles<Sse41Tiles>,
-                                              AverageTiles<Sse41Tiles>,
-                                              RepeatEachPixel,
-                                              nullptr,
-                                              CopyRow<Pixels128>,
-                                              FinishCopies};
+const AreaAverageKernels kAreaAverageSse41 = AreaKernelsOf<Sse41Lanes, Sse41Lanes, Sse41Tiles, Sse41Tiles>(
+    RepeatEachPixel, nullptr, CopyRow<Pixels128>);
 
 }  // namespace pixmorph::kernels

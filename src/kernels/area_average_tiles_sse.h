@@ -1,8 +1,7 @@
 #ifndef PIXMORPH_KERNELS_AREA_AVERAGE_TILES_SSE_H_
 #define PIXMORPH_KERNELS_AREA_AVERAGE_TILES_SSE_H_
 
-#include "kernels/area_average_simd.h"
-#include "kernels/area_average_tiles.h"
+#include "kernels/area_average_table.h"
 
 namespace pixmorph::kernels {
 namespace {

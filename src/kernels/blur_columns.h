@@ -53,8 +53,6 @@ PIXMORPH_INLINE BlurSourceRows AddedRow(const BlurPlan& plan, const std::uint8_t
 
 // Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
 // 32-bit.
-// Sums lie in the order in which the vectors of a row are taken: two vectors of 16-bit sums, or four of
-// 32-bit.
 template <class V>
 PIXMORPH_INLINE void AddRowNarrow(const BlurPlan& plan, void* sums, const std::uint8_t* row,
                                   std::int32_t times) {

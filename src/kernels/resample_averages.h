@@ -4,7 +4,8 @@
 #include "kernels/resample_kernel.h"
 
 // Both passes for lists of equal weights (a reduction by box at a whole ratio), in integers by the kernels of
-// the area average. Slots hold one intermediate row of 32-bit words each.
+// the area average. Slots hold one intermediate row of 32-bit words each, or where boxes lie side by side no
+// more than where their rows are.
 namespace pixmorph::kernels {
 
 namespace {
